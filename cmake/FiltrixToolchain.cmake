@@ -1,0 +1,35 @@
+# How everything of ours is compiled: the language level, the warnings, the sanitizers, the linker and the compiler cache.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+find_program(FILTRIX_CCACHE ccache)
+if(FILTRIX_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  # Precompiled headers are only cacheable when the cache does not insist on their defines and time macros.
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${FILTRIX_CCACHE})
+endif()
+
+find_program(FILTRIX_MOLD mold)
+if(FILTRIX_MOLD)
+  add_link_options(-fuse-ld=mold)
+endif()
+
+add_library(filtrix_warnings INTERFACE)
+target_compile_options(filtrix_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual -Wcast-align
+  -Wcast-qual -Wdouble-promotion -Wformat=2 -Wimplicit-fallthrough -Wextra-semi -Wundef
+  $<$<BOOL:${FILTRIX_WARNINGS_AS_ERRORS}>:-Werror>)
+
+if(FILTRIX_SANITIZE STREQUAL "address")
+  # Recovering from undefined behaviour would let a test pass over it.
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+elseif(FILTRIX_SANITIZE STREQUAL "thread")
+  add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=thread)
+elseif(FILTRIX_SANITIZE)
+  message(FATAL_ERROR "FILTRIX_SANITIZE is \"${FILTRIX_SANITIZE}\", expected nothing, \"address\" or \"thread\"")
+endif()

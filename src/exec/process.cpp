@@ -1,0 +1,287 @@
+#include "exec/process.h"
+
+#include "filtrix/ku/log.h"
+#include "graph/runrecovery.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+#include <utility>
+
+namespace ZR::Filtrix
+{
+namespace
+{
+constexpr const char* category = "filtrix.process";
+
+[[noreturn]] void logAndThrow(const std::string& text)
+{
+  ku::log::write(ku::log::Level::Error, category, text);
+  throw std::runtime_error(text);
+}
+}  // namespace
+
+// Marks the thread of a run, and the process as failed when the run does not come to its end.
+class Process::RunGuard
+{
+public:
+  RunGuard(Process& process_, const ProcessKey& runKey_) : process(process_), runKey(runKey_)
+  {
+    process.runner.store(std::this_thread::get_id(), std::memory_order_relaxed);
+  }
+
+  RunGuard(const RunGuard&) = delete;
+  RunGuard& operator=(const RunGuard&) = delete;
+
+  ~RunGuard()
+  {
+    process.runner.store(std::thread::id(), std::memory_order_relaxed);
+    if (complete)
+      return;
+    process.failedKey = runKey;
+    process.failed.store(true, std::memory_order_release);
+  }
+
+  void done() noexcept { complete = true; }
+
+private:
+  Process& process;
+  const ProcessKey& runKey;
+  bool complete = false;
+};
+
+Process::Process(const std::string& name, std::uint32_t priority_, float frequency_, Duration tolerance_,
+                 std::shared_ptr<ProcessRegistry> owner_)
+  : priority(std::min(priority_, maxPriority)), frequency(0.0F), key(name), owner(std::move(owner_)), failedKey(name)
+{
+  setFrequency(frequency_);
+  setTolerance(tolerance_);
+}
+
+Process::~Process() = default;
+
+void Process::addSink(const NodeSinkPtr& sink)
+{
+  if (!sink || !sinks.emplace(sink->getName(), sink).second)
+    ku::log::error(category, "Can't add sink to process. {}{}", sink ? "Sink already present." : "Sink is null.",
+                   originText());
+}
+
+void Process::addAggregatedSink(const AggregatedSinkPtr& sink)
+{
+  if (!sink || !aggregatedSinks.emplace(sink->getName(), sink).second)
+    ku::log::error(category, "Can't add aggregated sink to process. {}{}",
+                   sink ? "Aggregated sink already present." : "Aggregated sink is null.", originText());
+}
+
+void Process::addSource(const NodeSourcePtr& source)
+{
+  if (source)
+    sources.emplace(source->getName(), source);
+}
+
+bool Process::addSourceVersion(const NodeSourcePtr& source)
+{
+  return source == nullptr || !sourceVersions.emplace(source, -1).second;
+}
+
+bool Process::run(Time time)
+{
+  if (_isRunningHere())
+  {
+    ku::log::error(category, "run(\"{}\"): the process is asked to run within its own run.{}", getName(), originText());
+    return false;
+  }
+  const std::lock_guard lock(mutex);
+  if (!isLive())
+    return false;
+  if (isTooEarly(time))
+    return true;
+  const bool sameTime = getLastRun() == time;
+  if (!_noteSourceVersions() && sameTime)
+    return true;
+  lastRun = time.microseconds();
+  const ProcessKey runKey = getKey();
+  RunGuard guard(*this, runKey);
+  _pull(time, runKey);
+  guard.done();
+  return true;
+}
+
+// Notes the version of every source; true when one has changed, or has none to go by.
+bool Process::_noteSourceVersions()
+{
+  bool changed = false;
+  for (auto& [source, version] : sourceVersions)
+  {
+    const auto current = static_cast<std::int64_t>(source->getVersion());
+    if (current == version && current != 0)
+      continue;
+    version = current;
+    changed = true;
+  }
+  return changed;
+}
+
+// All sinks are synchronized before any is pulled, so that a filter between two of them runs once.
+void Process::_pull(Time time, const ProcessKey& runKey)
+{
+  const Duration runTolerance = getTolerance();
+  for (const auto& [name, sink] : sinks)
+    sink->synchronize(time, runTolerance, runKey, runKey, 0);
+  for (const auto& [name, sink] : sinks)
+    sink->requestData(runKey, runKey, 0, nullptr);
+  for (const auto& [name, sink] : aggregatedSinks)
+    sink->update();
+}
+
+DataPtr Process::getData(const std::string& sinkName, Time time)
+{
+  if (!_hasSink(sinkName))
+    _throwUnknownSink("Can't get data", sinkName);
+  run(time);
+  return getLastData(sinkName);
+}
+
+DataPtr Process::getLastData(const std::string& sinkName) const
+{
+  if (!_hasSink(sinkName))
+    _throwUnknownSink("Can't get last data", sinkName);
+  if (!isLive())
+    return nullptr;
+  if (const auto aggregated = aggregatedSinks.find(sinkName); aggregated != aggregatedSinks.end())
+    return aggregated->second->getLastData();
+  return sinks.at(sinkName)->getLastData();
+}
+
+void Process::reset()
+{
+  if (_isRunningHere())
+  {
+    ku::log::error(category, "reset(\"{}\"): the process is asked to reset within its own run.{}", getName(),
+                   originText());
+    return;
+  }
+  const std::lock_guard lock(mutex);
+  _clearBrokenRun();
+  lastRun = 0;
+  for (const auto& [name, sink] : sinks)
+    sink->reset();
+  for (const auto& [name, sink] : aggregatedSinks)
+    sink->update();
+  for (auto& [source, version] : sourceVersions)
+    version = -1;
+}
+
+void Process::recover()
+{
+  if (!hasFailed() || _isRunningHere())
+    return;
+  const std::lock_guard lock(mutex);
+  _clearBrokenRun();
+}
+
+void Process::_clearBrokenRun()
+{
+  if (!hasFailed())
+    return;
+  RecoveryWalk walk;
+  for (const auto& [name, sink] : sinks)
+    sink->abandonRun(failedKey, failedKey, walk);
+  failed.store(false, std::memory_order_release);
+}
+
+Duration Process::timeToNextRun(Time now) const
+{
+  const std::unique_lock lock(mutex, std::try_to_lock);
+  return lock.owns_lock() ? getLastRun() + _period() - now : _period();
+}
+
+bool Process::isTooEarly(Time now) const noexcept
+{
+  if (frequency <= 0.0F)
+    return true;
+  const Duration period = _period();
+  const Time last = getLastRun();
+  return last + period > now && last - period < now;
+}
+
+// At frequency 0, and at rates that no count of microseconds can hold, the longest there is.
+Duration Process::_period() const noexcept
+{
+  const auto period = static_cast<float>(1'000'000.0 / static_cast<double>(frequency));
+  constexpr auto longest = static_cast<float>(std::numeric_limits<std::int64_t>::max());
+  return period < longest ? Duration(static_cast<std::int64_t>(period))
+                          : Duration(std::numeric_limits<std::int64_t>::max());
+}
+
+std::string Process::getName() const
+{
+  const std::lock_guard lock(nameMutex);
+  return key.getName();
+}
+
+ProcessKey Process::getKey() const
+{
+  const std::lock_guard lock(nameMutex);
+  return key;
+}
+
+void Process::rename(const std::string& name)
+{
+  ProcessKey newKey(name);
+  const std::lock_guard lock(nameMutex);
+  std::swap(key, newKey);
+}
+
+std::string Process::getDescription() const
+{
+  const std::lock_guard lock(nameMutex);
+  return description;
+}
+
+void Process::setDescription(std::string text)
+{
+  const std::lock_guard lock(nameMutex);
+  description.swap(text);
+}
+
+void Process::setPriority(std::uint32_t value) noexcept
+{
+  priority = std::min(value, maxPriority);
+}
+
+void Process::setFrequency(float value)
+{
+  if (std::isnan(value))
+    ku::log::error(category, "setFrequency(\"{}\"): expected a number of runs per second, got nan; 0 is used.{}",
+                   getName(), originText());
+  frequency = value > 0.0F ? value : 0.0F;
+}
+
+void Process::setTolerance(Duration value)
+{
+  if (value < Duration(0))
+    logAndThrow(fmt::format("Can't set tolerance for process \"{}\":tolerance must be positive.", getName()));
+  tolerance = value.microseconds();
+}
+
+bool Process::_hasSink(const std::string& sinkName) const
+{
+  return sinks.contains(sinkName) || aggregatedSinks.contains(sinkName);
+}
+
+void Process::_throwUnknownSink(std::string_view operation, const std::string& sinkName) const
+{
+  logAndThrow(
+      fmt::format("{}(\"{}\"): the process {} doesn't own this sink node.", operation, sinkName, getName()));
+}
+
+bool Process::_isRunningHere() const noexcept
+{
+  return runner.load(std::memory_order_relaxed) == std::this_thread::get_id();
+}
+}  // namespace ZR::Filtrix

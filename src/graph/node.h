@@ -1,0 +1,98 @@
+#pragma once
+
+#include "filtrix/data.h"
+#include "graph/origin.h"
+#include "graph/port.h"
+#include "graph/scopetable.h"
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace ZR::Filtrix
+{
+class ProcessKey;
+class RecoveryWalk;
+
+/// A vertex of the graph that a process pulls values through.
+///
+/// A run goes over the graph twice. `synchronize` walks from the sinks towards the sources, leaves one count per consumer
+/// on each node, and pins what the run will see. `requestData` then pulls the values, and each consumer gives its count
+/// back with `synchronizeRelease` right after it has read; the last one lets the node drop what it kept. On a path whose
+/// result nobody will use, `requestEmpty` stands in for `requestData`, so that the counts still come back.
+///
+/// Several runs may be in a node at once, each in its own scope. Within one scope a run is single-threaded.
+/// Nothing here throws or catches for itself: an exception from a filter or a source passes through, and what the run
+/// had raised by then stays raised until `abandonRun`.
+class Node : public Located
+{
+public:
+  explicit Node(std::string name);
+  Node(const Node&) = delete;
+  Node& operator=(const Node&) = delete;
+
+  /// Reports the counts that are still raised, and lets go of the ports.
+  virtual ~Node();
+
+  /// The value of an output port, null for none. `outputPort` is null when a process asks a sink.
+  virtual DataPtr requestData(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth,
+                              const PortPtr& outputPort) = 0;
+  virtual void requestEmpty(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth,
+                            const PortPtr& outputPort) = 0;
+
+protected:
+  /// Called on every synchronize and on every release, under the node's mutex.
+  virtual void _synchronize(Time time, Duration tolerance, const ProcessKey& processKey, const ProcessKey& scopeKey,
+                            std::uint64_t depth);
+  virtual void _synchronizeRelease(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth);
+
+public:
+  /// Raises this scope's count by one. The first time it walks on to the nodes upstream.
+  void synchronize(Time time, Duration tolerance, const ProcessKey& processKey, const ProcessKey& scopeKey,
+                   std::uint64_t depth);
+
+  /// Lowers this scope's count by one. Does not walk upstream: that is `requestData`'s affair.
+  void synchronizeRelease(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth);
+
+  /// Clears this scope here and upstream after a run that broke off.
+  void abandonRun(const ProcessKey& processKey, const ProcessKey& scopeKey, RecoveryWalk& walk);
+
+  [[nodiscard]] const std::string& getName() const noexcept { return name; }
+
+  [[nodiscard]] const PortList& getInputs() const noexcept { return ports.inputs; }
+
+  [[nodiscard]] const PortList& getOutputs() const noexcept { return ports.outputs; }
+
+  /// The port of that name, the only one for an empty name, or null.
+  [[nodiscard]] PortPtr findInput(const std::string& portName) const { return findPort(ports.inputs, portName); }
+
+  [[nodiscard]] PortPtr findOutput(const std::string& portName) const { return findPort(ports.outputs, portName); }
+
+  /// For building only. A null port is refused with a log line.
+  void addInput(const PortPtr& port);
+  void addOutput(const PortPtr& port);
+
+  /// How many scopes are synchronized and not released; 0 between runs.
+  [[nodiscard]] std::size_t getActiveScopes() const;
+
+protected:
+  void _rename(std::string newName) { name = std::move(newName); }
+
+private:
+  std::string name;
+  PortLists ports;
+
+  // Guards the counts, and holds a scope still while it is synchronized or released: it is kept across the walk upstream
+  // and across the virtual operations. So these mutexes nest from the sink towards the sources, never back.
+  mutable std::mutex mutex;
+  ScopeTable<std::int32_t> synchronizeCounts;
+
+  // The thread that holds the mutex in `synchronize`. If that thread comes by again, the graph runs in a ring.
+  std::atomic<std::thread::id> walker;
+};
+
+using NodePtr = std::shared_ptr<Node>;
+}  // namespace ZR::Filtrix

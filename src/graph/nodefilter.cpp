@@ -1,0 +1,358 @@
+#include "graph/nodefilter.h"
+
+#include "filtrix/ku/clock.h"
+#include "filtrix/ku/log.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace ZR::Filtrix
+{
+namespace
+{
+constexpr const char* category = "filtrix.nodeFilter";
+
+// How many scopes, running or idle, a node keeps before it looks for idle ones to forget.
+constexpr std::size_t keptScopes = 64;
+
+// Tells nodes apart for as long as the process lives. A node's address would not do: the allocator hands it out again,
+// and the new node would wake up with the dead one's state.
+std::string makeScopeSuffix()
+{
+  static std::atomic<std::uint64_t> serial{0};
+  return fmt::format("__{}", serial.fetch_add(1, std::memory_order_relaxed) + 1);
+}
+
+bool hasValue(const DataList& results)
+{
+  return std::ranges::any_of(results, [](const DataPtr& value) { return value != nullptr; });
+}
+}  // namespace
+
+// One computation of a node's results. Until it is finished the scope is marked with the thread at work, by which a graph
+// that runs in a ring is found out; if it ends unfinished, an exception is passing through.
+class NodeFilter::Computation
+{
+public:
+  Computation(NodeFilter& node_, std::uint32_t scopeHash_)
+    : node(node_), scopeHash(scopeHash_), reporting(node_.keepsReports.load(std::memory_order_relaxed))
+  {
+    if (reporting)
+      start = ku::Clock::now();
+  }
+
+  Computation(const Computation&) = delete;
+  Computation& operator=(const Computation&) = delete;
+
+  ~Computation()
+  {
+    if (!finished)
+      _end(DataList(), NodeReport::Outcome::Exception, nullptr);
+  }
+
+  void finish(DataList results, NodeReport::Outcome outcome, const Port* missing)
+  {
+    _end(std::move(results), outcome, missing);
+    finished = true;
+  }
+
+private:
+  void _end(DataList results, NodeReport::Outcome outcome, const Port* missing)
+  {
+    const std::lock_guard lock(node.tableMutex);
+    if (auto* const entry = node.scopes.find(scopeHash))
+    {
+      Scope& scope = **entry;
+      scope.runner = std::thread::id();
+      if (outcome != NodeReport::Outcome::Exception && !scope.hasResults)
+      {
+        scope.results = std::move(results);
+        scope.hasResults = true;
+      }
+    }
+    if (reporting)
+    {
+      NodeReport& report = *node.reports.insert(scopeHash).first;
+      report = {outcome, missing != nullptr ? missing->getName() : std::string(), 0, ku::Clock::now() - start};
+    }
+  }
+
+  NodeFilter& node;
+  const std::uint32_t scopeHash;
+  const bool reporting;
+  bool finished = false;
+  ku::Clock::time_point start;
+};
+
+NodeFilter::NodeFilter(std::string name_, FilterPtr filter_)
+  : Node(std::move(name_)), scopeSuffix(makeScopeSuffix()), filter(std::move(filter_))
+{
+  if (!filter)
+    return;
+  const auto standFor = [this](const PortPtr& port)
+  {
+    auto own = std::make_shared<Port>(port->getName(), this);
+    own->setParent(port);
+    return own;
+  };
+  for (const PortPtr& port : filter->getInputs())
+    addInput(standFor(port));
+  for (const PortPtr& port : filter->getOutputs())
+    addOutput(standFor(port));
+}
+
+NodeFilter::~NodeFilter()
+{
+  std::string text;
+  scopes.forEach(
+      [&](std::uint32_t hash, const std::unique_ptr<Scope>& scope)
+      {
+        if (scope->count != 0)
+          text += fmt::format("\n  process: {}, count: {}", hash, scope->count);
+      });
+  if (!text.empty())
+    ku::log::write(ku::log::Level::Fatal, category,
+                   getName() + "->~NodeFilter(): There is still count to entry cache:" + text + originText());
+}
+
+void NodeFilter::_synchronize(Time time, Duration tolerance, const ProcessKey& processKey, const ProcessKey& scopeKey,
+                              std::uint64_t depth)
+{
+  if (!filter)
+  {
+    _logError("_synchronize", processKey, "Filter node doesn't own a filter !");
+    return;
+  }
+  Scope* scope = nullptr;
+  {
+    const std::lock_guard lock(tableMutex);
+    if (scopes.size() >= keptScopes && scopes.find(scopeKey.getHash()) == nullptr)
+      _forgetIdleScopes();
+    scope = &_scope(scopeKey);
+    if (scope->count > 0)
+    {
+      ++scope->count;
+      return;
+    }
+  }
+  // Entries are only forgotten under the node's mutex, which is held here, so the key stays where it is.
+  filter->filterSynchronize(time, tolerance, processKey, *scope->innerKey, depth);
+  const std::lock_guard lock(tableMutex);
+  scope->hasResults = false;
+  scope->results.clear();
+  if (scope->count++ == 0)
+    ++activeScopes;
+}
+
+void NodeFilter::_synchronizeRelease(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth)
+{
+  Scope* ended = nullptr;
+  DataList dropped;  // outlives the lock: the last share in a large value may end with it
+  {
+    const std::lock_guard lock(tableMutex);
+    auto* const entry = scopes.find(scopeKey.getHash());
+    if (entry == nullptr || (*entry)->count == 0)
+    {
+      _logError("_synchronizeRelease", processKey, "Invalid release on process " + processKey.getName());
+      return;
+    }
+    if (--(*entry)->count == 0)
+    {
+      --activeScopes;
+      ended = entry->get();
+      ended->hasResults = false;
+      dropped = std::move(ended->results);
+      ended->results.clear();
+    }
+  }
+  if (ended != nullptr)
+    filter->filterSynchronizeRelease(processKey, *ended->innerKey, depth);
+}
+
+DataPtr NodeFilter::requestData(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth,
+                                const PortPtr& outputPort)
+{
+  if (!outputPort)
+  {
+    _logError("requestData", processKey, "No output port specified");
+    return nullptr;
+  }
+  if (!filter)
+    return nullptr;
+  DataPtr value;
+  std::optional<ProcessKey> innerKey;
+  switch (_begin(scopeKey, &outputPort, &value, &innerKey))
+  {
+  case Request::Served:
+    return value;
+  case Request::Ring:
+    _logError("requestData", processKey, "The node is its own input: the graph runs in a ring");
+    return nullptr;
+  case Request::Compute:
+    break;
+  }
+
+  Computation computation(*this, scopeKey.getHash());
+  DataList inputs;
+  const Port* missing = nullptr;
+  if (!_gatherInputs(processKey, scopeKey, depth, &inputs, &missing))
+  {
+    filter->applyEmpty(processKey, *innerKey, depth);
+    computation.finish(DataList(), NodeReport::Outcome::MissingInput, missing);
+    return nullptr;
+  }
+  DataList results = filter->applyFilter(inputs, processKey, *innerKey, depth);
+  value = _select(results, outputPort.get());
+  const auto outcome = hasValue(results) ? NodeReport::Outcome::Computed : NodeReport::Outcome::ReturnedNothing;
+  computation.finish(std::move(results), outcome, nullptr);
+  return value;
+}
+
+void NodeFilter::requestEmpty(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth,
+                              const PortPtr& outputPort)
+{
+  if (!outputPort)
+  {
+    _logError("requestEmpty", processKey, "No output port specified");
+    return;
+  }
+  std::optional<ProcessKey> innerKey;
+  if (!filter || _begin(scopeKey, nullptr, nullptr, &innerKey) != Request::Compute)
+    return;
+  Computation computation(*this, scopeKey.getHash());
+  for (const PortPtr& input : getInputs())
+  {
+    input->requestEmpty(processKey, scopeKey, depth + 1);
+    input->synchronizeRelease(processKey, scopeKey, depth + 1);
+  }
+  filter->applyEmpty(processKey, *innerKey, depth);
+  computation.finish(DataList(), NodeReport::Outcome::EmptyPath, nullptr);
+}
+
+void NodeFilter::dropRun(const ProcessKey& processKey, const ProcessKey& scopeKey, RecoveryWalk& walk)
+{
+  if (auto* const scoped = dynamic_cast<RunScoped*>(filter.get()))
+    scoped->dropRun(processKey, makeInnerKey(scopeKey), walk);
+  const std::lock_guard lock(tableMutex);
+  auto* const entry = scopes.find(scopeKey.getHash());
+  if (entry == nullptr)
+    return;
+  if ((*entry)->count > 0)
+    --activeScopes;
+  scopes.erase(scopeKey.getHash());
+}
+
+void NodeFilter::keepReports(bool on)
+{
+  keepsReports.store(on, std::memory_order_relaxed);
+  const std::lock_guard lock(tableMutex);
+  if (!on)
+    reports = ScopeTable<NodeReport>();
+}
+
+std::optional<NodeReport> NodeFilter::getReport(std::uint32_t scopeHash) const
+{
+  const std::lock_guard lock(tableMutex);
+  const NodeReport* const report = reports.find(scopeHash);
+  return report != nullptr ? std::optional(*report) : std::nullopt;
+}
+
+// Serves a request from the results, or opens their computation. An empty request (no output port) wants no value.
+NodeFilter::Request NodeFilter::_begin(const ProcessKey& scopeKey, const PortPtr* outputPort, DataPtr* value,
+                                       std::optional<ProcessKey>* innerKey)
+{
+  const std::lock_guard lock(tableMutex);
+  Scope& scope = _scope(scopeKey);
+  if (scope.hasResults)
+  {
+    if (outputPort != nullptr)
+    {
+      *value = _select(scope.results, outputPort->get());
+      if (NodeReport* const report = reports.find(scopeKey.getHash()))
+        ++report->reuses;
+    }
+    return Request::Served;
+  }
+  if (scope.runner == std::this_thread::get_id())
+    return Request::Ring;
+  scope.runner = std::this_thread::get_id();
+  *innerKey = scope.innerKey;
+  return Request::Compute;
+}
+
+// Reads every input in order. After the first required one without a value the others are only passed by.
+bool NodeFilter::_gatherInputs(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth,
+                               DataList* values, const Port** missing)
+{
+  values->reserve(getInputs().size());
+  for (const PortPtr& input : getInputs())
+  {
+    DataPtr value;
+    if (*missing == nullptr)
+    {
+      value = input->requestData(processKey, scopeKey, depth + 1);
+      if (!value)
+        value = input->getDefaultValue();
+      if (!value && !input->isOptional())
+        *missing = input.get();
+    }
+    else
+    {
+      input->requestEmpty(processKey, scopeKey, depth + 1);
+    }
+    values->push_back(std::move(value));
+    input->synchronizeRelease(processKey, scopeKey, depth + 1);
+  }
+  return *missing == nullptr;
+}
+
+// The result that the port stands for: its own index among the outputs, or that of a port up its chain.
+DataPtr NodeFilter::_select(const DataList& results, const Port* outputPort) const
+{
+  const PortList& outputs = getOutputs();
+  for (const Port* port = outputPort; port != nullptr; port = port->getParent().get())
+  {
+    for (std::size_t i = 0; i < outputs.size(); ++i)
+    {
+      if (outputs[i].get() == port && i < results.size())
+        return results[i];
+    }
+  }
+  return nullptr;
+}
+
+// The entry of a scope, made with its inner key when it is new.
+NodeFilter::Scope& NodeFilter::_scope(const ProcessKey& scopeKey)
+{
+  if (auto* const entry = scopes.find(scopeKey.getHash()))
+    return **entry;
+  auto scope = std::make_unique<Scope>();
+  scope->innerKey = makeInnerKey(scopeKey);
+  auto& entry = *scopes.insert(scopeKey.getHash()).first;
+  entry = std::move(scope);
+  return *entry;
+}
+
+// Called when many scopes are kept and another one comes: those of processes that are gone would stay for ever.
+void NodeFilter::_forgetIdleScopes()
+{
+  if (activeScopes * 2 > scopes.size())
+    return;
+  std::vector<std::uint32_t> idle;
+  scopes.forEach(
+      [&](std::uint32_t hash, const std::unique_ptr<Scope>& scope)
+      {
+        if (scope->count == 0 && scope->runner == std::thread::id())
+          idle.push_back(hash);
+      });
+  for (const std::uint32_t hash : idle)
+    scopes.erase(hash);
+}
+
+void NodeFilter::_logError(const char* operation, const ProcessKey& processKey, const std::string& text) const
+{
+  ku::log::fatal(category, "{}->{}({}): {}{}", getName(), operation, processKey.getName(), text, originText());
+}
+}  // namespace ZR::Filtrix

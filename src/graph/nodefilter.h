@@ -1,0 +1,102 @@
+#pragma once
+
+#include "graph/filter.h"
+#include "graph/node.h"
+#include "graph/processkey.h"
+#include "graph/runrecovery.h"
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <optional>
+
+namespace ZR::Filtrix
+{
+/// What became of a filter node in the last run of a scope.
+struct NodeReport
+{
+  enum class Outcome
+  {
+    Computed,         ///< the filter ran and gave at least one value
+    ReturnedNothing,  ///< the filter ran and gave no value
+    MissingInput,     ///< a required input had no value, so that the filter did not run
+    EmptyPath,        ///< nobody needed the result
+    Exception         ///< the filter, or what it pulled from, threw
+  };
+
+  Outcome outcome = Outcome::Computed;
+  std::string missingInput;           ///< the first required input without a value
+  std::uint32_t reuses = 0;           ///< consumers that were served from the cache
+  std::chrono::nanoseconds length{};  ///< from the first request to the results, upstream included
+};
+
+/// The node that puts a filter in a graph. Within one scope of one run it applies its filter once, however many
+/// consumers there are: the first request computes the results, the last release drops them.
+class NodeFilter final : public Node, public RunScoped
+{
+public:
+  /// A node without a filter is allowed; runs log it and get nothing from it.
+  NodeFilter(std::string name, FilterPtr filter);
+  ~NodeFilter() override;
+
+  DataPtr requestData(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth,
+                      const PortPtr& outputPort) override;
+  void requestEmpty(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth,
+                    const PortPtr& outputPort) override;
+  void dropRun(const ProcessKey& processKey, const ProcessKey& scopeKey, RecoveryWalk& walk) override;
+
+  [[nodiscard]] const FilterPtr& getFilter() const noexcept { return filter; }
+
+  /// The key of the scope inside this node: the state of what the filter holds is found by it.
+  [[nodiscard]] ProcessKey makeInnerKey(const ProcessKey& scopeKey) const { return {scopeKey, scopeSuffix}; }
+
+  /// While reports are kept, each scope's last run leaves one. Costs two readings of the clock and a table entry per
+  /// hop; nothing when off. Switching off drops them.
+  void keepReports(bool on);
+  [[nodiscard]] std::optional<NodeReport> getReport(std::uint32_t scopeHash) const;
+
+protected:
+  void _synchronize(Time time, Duration tolerance, const ProcessKey& processKey, const ProcessKey& scopeKey,
+                    std::uint64_t depth) override;
+  void _synchronizeRelease(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth) override;
+
+private:
+  // What is kept for a scope. An entry outlives its run, so that the next run of the scope finds its inner key made.
+  struct Scope
+  {
+    std::optional<ProcessKey> innerKey;
+    std::int32_t count = 0;  // consumers that have not released; 0 between runs
+    bool hasResults = false;
+    std::thread::id runner;  // the thread that is computing the results, or none
+    DataList results;
+  };
+
+  class Computation;
+
+  enum class Request
+  {
+    Served,
+    Compute,
+    Ring
+  };
+
+  Request _begin(const ProcessKey& scopeKey, const PortPtr* outputPort, DataPtr* value,
+                 std::optional<ProcessKey>* innerKey);
+  bool _gatherInputs(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth, DataList* values,
+                     const Port** missing);
+  [[nodiscard]] DataPtr _select(const DataList& results, const Port* outputPort) const;
+  Scope& _scope(const ProcessKey& scopeKey);
+  void _forgetIdleScopes();
+  void _logError(const char* operation, const ProcessKey& processKey, const std::string& text) const;
+
+  const std::string scopeSuffix;
+  const FilterPtr filter;
+  std::atomic<bool> keepsReports{false};
+
+  // Guards the tables below. Taken within the node's mutex, held for their accesses only: never across a pull or a filter.
+  mutable std::mutex tableMutex;
+  ScopeTable<std::unique_ptr<Scope>> scopes;
+  std::size_t activeScopes = 0;
+  ScopeTable<NodeReport> reports;
+};
+}  // namespace ZR::Filtrix

@@ -1,0 +1,150 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+namespace ZR::Filtrix
+{
+/// A flat hash table from a scope's hash to what is kept for it.
+///
+/// Nodes look into several of these at every hop of every run, with one or two scopes in them most of the time, so the
+/// entries stand side by side (open addressing, linear probing) and an entry that comes and goes costs no allocation.
+/// Pointers to values hold until the next `insert` or `erase`.
+template <typename Value>
+class ScopeTable final
+{
+public:
+  [[nodiscard]] bool empty() const noexcept { return used == 0; }
+
+  [[nodiscard]] std::size_t size() const noexcept { return used; }
+
+  [[nodiscard]] std::size_t capacity() const noexcept { return slots.size(); }
+
+  [[nodiscard]] Value* find(std::uint32_t hash) noexcept
+  {
+    if (used == 0)
+      return nullptr;
+    for (std::size_t at = home(hash);; at = next(at))
+    {
+      if (!slots[at].taken)
+        return nullptr;
+      if (slots[at].hash == hash)
+        return &slots[at].value;
+    }
+  }
+
+  [[nodiscard]] const Value* find(std::uint32_t hash) const noexcept
+  {
+    return const_cast<ScopeTable*>(this)->find(hash);
+  }
+
+  /// The value of `hash`, a default one when it was absent, and whether it was.
+  std::pair<Value*, bool> insert(std::uint32_t hash)
+  {
+    if (Value* const present = find(hash))
+      return {present, false};
+    if ((used + 1) * 4 > slots.size() * 3)
+      grow();
+    Slot& slot = slots[freeSlot(hash)];
+    slot.hash = hash;
+    slot.taken = true;
+    ++used;
+    return {&slot.value, true};
+  }
+
+  bool erase(std::uint32_t hash) noexcept
+  {
+    if (used == 0)
+      return false;
+    std::size_t hole = home(hash);
+    while (slots[hole].taken && slots[hole].hash != hash)
+      hole = next(hole);
+    if (!slots[hole].taken)
+      return false;
+
+    // Entries that probed past the hole move back into it, so that no marks of erased entries pile up.
+    for (std::size_t at = next(hole); slots[at].taken; at = next(at))
+    {
+      const std::size_t wanted = home(slots[at].hash);
+      const bool reachesHole = hole <= at ? (wanted <= hole || wanted > at) : (wanted <= hole && wanted > at);
+      if (!reachesHole)
+        continue;
+      slots[hole].hash = slots[at].hash;
+      slots[hole].value = std::move(slots[at].value);
+      hole = at;
+    }
+    slots[hole].taken = false;
+    slots[hole].value = Value();
+    --used;
+    return true;
+  }
+
+  /// Calls `visit(hash, value)` for each entry, in no particular order; it must not insert or erase.
+  template <typename Visit>
+  void forEach(Visit&& visit)
+  {
+    for (Slot& slot : slots)
+    {
+      if (slot.taken)
+        visit(slot.hash, slot.value);
+    }
+  }
+
+  template <typename Visit>
+  void forEach(Visit&& visit) const
+  {
+    for (const Slot& slot : slots)
+    {
+      if (slot.taken)
+        visit(slot.hash, slot.value);
+    }
+  }
+
+private:
+  struct Slot
+  {
+    std::uint32_t hash = 0;
+    bool taken = false;
+    Value value{};
+  };
+
+  static constexpr std::size_t firstCapacity = 4;
+
+  // The hashes of scopes come from a weak mix of short names: a multiplication spreads them.
+  [[nodiscard]] std::size_t home(std::uint32_t hash) const noexcept
+  {
+    return static_cast<std::size_t>((std::uint64_t{hash} * 0x9E3779B97F4A7C15ULL) >> 32U) & (slots.size() - 1);
+  }
+
+  [[nodiscard]] std::size_t next(std::size_t at) const noexcept { return (at + 1) & (slots.size() - 1); }
+
+  [[nodiscard]] std::size_t freeSlot(std::uint32_t hash) const noexcept
+  {
+    std::size_t at = home(hash);
+    while (slots[at].taken)
+      at = next(at);
+    return at;
+  }
+
+  void grow()
+  {
+    std::vector<Slot> old(slots.empty() ? firstCapacity : slots.size() * 2);
+    old.swap(slots);
+    for (Slot& slot : old)
+    {
+      if (slot.taken)
+      {
+        Slot& target = slots[freeSlot(slot.hash)];
+        target.hash = slot.hash;
+        target.taken = true;
+        target.value = std::move(slot.value);
+      }
+    }
+  }
+
+  std::vector<Slot> slots;  // a power of two, never full
+  std::size_t used = 0;
+};
+}  // namespace ZR::Filtrix
