@@ -48,6 +48,10 @@ template <typename T>
 concept ZRInteger = std::integral<T> && !std::same_as<T, bool> && !std::same_as<T, char> && !std::same_as<T, wchar_t> &&
                     !std::same_as<T, char8_t> && !std::same_as<T, char16_t> && !std::same_as<T, char32_t>;
 
+/// The numbers that become a Float or a Double; a long double would lose digits.
+template <typename T>
+concept ZRReal = std::same_as<T, float> || std::same_as<T, double>;
+
 /// A value whose kind is known only when the program runs: what crosses the boundary of a module.
 ///
 /// It behaves as a number does: a copy is independent of its original and costs no more than a pointer, since strings,
@@ -97,9 +101,10 @@ public:
   {
   }
 
-  template <std::floating_point T>
-  requires(!std::same_as<T, long double>) ZRValue(T number)
-  noexcept : ZRValue(Scalar(number)) {}
+  template <ZRReal T>
+  ZRValue(T number) noexcept : ZRValue(Scalar(number))
+  {
+  }
 
   /// A null pointer throws `ZRValueError`.
   ZRValue(const char* text);

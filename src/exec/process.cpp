@@ -83,6 +83,11 @@ void Process::addSource(const NodeSourcePtr& source)
     sources.emplace(source->getName(), source);
 }
 
+void Process::addNode(NodePtr node)
+{
+  nodes.push_back(std::move(node));
+}
+
 bool Process::addSourceVersion(const NodeSourcePtr& source)
 {
   return source == nullptr || !sourceVersions.emplace(source, -1).second;

@@ -16,6 +16,7 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <vector>
 
 namespace ZR::Filtrix
 {
@@ -44,6 +45,9 @@ public:
 
   /// A source of that name that is there already stays.
   void addSource(const NodeSourcePtr& source);
+
+  /// Keeps a node between the sources and the sinks alive: ports know their nodes but do not own them.
+  void addNode(NodePtr node);
 
   /// Lets the source's version decide whether a run asked again for the same time has anything new. True when the source
   /// is known already.
@@ -157,6 +161,7 @@ private:
   const std::shared_ptr<ProcessRegistry> owner;
   std::map<std::string, NodeSinkPtr> sinks;
   std::map<std::string, AggregatedSinkPtr> aggregatedSinks;
+  std::vector<NodePtr> nodes;
   ProcessKey failedKey;  // the key of the run that broke off: the process may have another name since
 };
 

@@ -307,6 +307,7 @@ TEST_P(BrokenRunTest, LosesExactlyThatRun)
     result = makeSink("result", *readerNode);
     top = makeProcess("top", {result});
     top->addSource(reading);
+    top->addNode(readerNode);
   }
 
   const int offset = 1 + (inComposite ? 1 : 0) + (underProcessSource ? 1 : 0);

@@ -194,6 +194,7 @@ TEST_F(SchedulerTest, EventsOutliveNeitherProcessNorScheduler)
   Event event(other, process);
   process.reset();
   event.fire(makeData(1));
+  other->stop();  // so that asking for a job does not sleep
   EXPECT_EQ(other->nextJob().process, nullptr);
   const auto kept = add("kept", 1);
   Event late(other, kept);

@@ -1,14 +1,13 @@
 #include "filtrix/zrvalue.h"
 #include "foundation/zrvalue/base64.h"
 #include "foundation/zrvalue/escape.h"
+#include "foundation/zrvalue/numbertext.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <limits>
-#include <optional>
 
 namespace ZR
 {
@@ -19,70 +18,12 @@ constexpr std::size_t npos = std::string_view::npos;
 // What literals and numbers are made of. A whole word is taken before it is judged, so that a message can show it.
 constexpr std::string_view wordCharacters = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ+-.";
 
-enum class NumberShape
+std::string rangeOf(ZRValue::Kind kind)
 {
-  None,
-  Integer,
-  Real
-};
-
-// Cuts the digits that `text` starts with; false without any.
-bool skipDigits(std::string_view& text)
-{
-  const std::size_t count = std::min(text.find_first_not_of("0123456789"), text.size());
-  text.remove_prefix(count);
-  return count > 0;
-}
-
-bool skip(std::string_view& text, char c)
-{
-  if (!text.starts_with(c))
-    return false;
-  text.remove_prefix(1);
-  return true;
-}
-
-// std::from_chars is kinder than our grammar: it also takes "1." and ".5".
-NumberShape shapeOf(std::string_view word)
-{
-  skip(word, '-');
-  if (!skipDigits(word))
-    return NumberShape::None;
-  if (word.empty())
-    return NumberShape::Integer;
-  if (skip(word, '.') && !skipDigits(word))
-    return NumberShape::None;
-  if (skip(word, 'e'))
-  {
-    if (!skip(word, '-'))
-      skip(word, '+');
-    if (!skipDigits(word))
-      return NumberShape::None;
-  }
-  return word.empty() ? NumberShape::Real : NumberShape::None;
-}
-
-template <typename Real>
-std::optional<Real> specialReal(std::string_view word)
-{
-  if (word == "nan")
-    return std::numeric_limits<Real>::quiet_NaN();
-  if (word == "inf")
-    return std::numeric_limits<Real>::infinity();
-  if (word == "-inf")
-    return -std::numeric_limits<Real>::infinity();
-  return std::nullopt;
-}
-
-// Nothing when the number does not fit: too large, or so small that it would turn into zero.
-template <typename Number>
-std::optional<Number> toNumber(std::string_view word)
-{
-  Number number{};
-  const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
-  if (error != std::errc())
-    return std::nullopt;
-  return number;
+  using Limits = std::numeric_limits<std::int64_t>;
+  if (kind == ZRValue::Kind::Integer)
+    return fmt::format("an integer from {} to {}", Limits::min(), Limits::max());
+  return kind == ZRValue::Kind::Float ? "a number in the range of a float" : "a number in the range of a double";
 }
 
 std::string quote(std::string_view text)
@@ -108,9 +49,6 @@ private:
   ZRValue _readArray(std::size_t depth);
   ZRValue _readMap(std::size_t depth);
   ZRValue _readWord();
-  [[nodiscard]] ZRValue _readInteger(std::string_view digits) const;
-  template <typename Real>
-  [[nodiscard]] std::optional<ZRValue> _readReal(std::string_view digits) const;
   std::string _readString();
   char _readEscape();
   char _readHex();
@@ -198,39 +136,19 @@ ZRValue Reader::_readWord()
 {
   const std::string_view word = _word();
   ZRValue value;
-  if (word == "true" || word == "false")
-    value = word == "true";
-  else if (shapeOf(word) == NumberShape::Integer)
-    value = _readInteger(word);
-  else if (const auto number = _readReal<double>(word))
+  if (const auto kind = numberKind(word))
+  {
+    const auto number = readNumber(word, *kind);
+    if (!number)
+      _failHere(rangeOf(*kind));
     value = *number;
-  else if (const auto small = word.ends_with('f') ? _readReal<float>(word.substr(0, word.size() - 1)) : std::nullopt)
-    value = *small;
+  }
+  else if (word == "true" || word == "false")
+    value = word == "true";
   else if (word != "null")
     _failHere("a value");
   at += word.size();
   return value;
-}
-
-ZRValue Reader::_readInteger(std::string_view digits) const
-{
-  using Limits = std::numeric_limits<std::int64_t>;
-  if (const auto number = toNumber<std::int64_t>(digits))
-    return *number;
-  _failHere(fmt::format("an integer from {} to {}", Limits::min(), Limits::max()));
-}
-
-// Nothing when `digits`, the word that starts here or all but its last letter, are not of a real number's form.
-template <typename Real>
-std::optional<ZRValue> Reader::_readReal(std::string_view digits) const
-{
-  if (const auto number = specialReal<Real>(digits))
-    return *number;
-  if (shapeOf(digits) != NumberShape::Real)
-    return std::nullopt;
-  if (const auto number = toNumber<Real>(digits))
-    return *number;
-  _failHere(std::is_same_v<Real, float> ? "a number in the range of a float" : "a number in the range of a double");
 }
 
 std::string Reader::_readString()

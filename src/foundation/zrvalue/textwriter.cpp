@@ -1,39 +1,14 @@
 #include "filtrix/zrvalue.h"
 #include "foundation/zrvalue/base64.h"
 #include "foundation/zrvalue/escape.h"
+#include "foundation/zrvalue/numbertext.h"
 
-#include <array>
-#include <charconv>
-#include <cmath>
 #include <ostream>
 
 namespace ZR
 {
 namespace
 {
-template <typename Number>
-std::string_view digitsOf(Number number, std::array<char, 32>& buffer)
-{
-  const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number);
-  return {buffer.data(), static_cast<std::size_t>(end - buffer.data())};
-}
-
-// The shortest digits that read back to the same number, marked as a double: with a point or an exponent.
-template <std::floating_point Real>
-void appendReal(std::string& out, Real number)
-{
-  if (std::isnan(number))
-  {
-    out += "nan";
-    return;
-  }
-  std::array<char, 32> buffer{};
-  const std::string_view digits = digitsOf(number, buffer);
-  out += digits;
-  if (std::isfinite(number) && digits.find_first_of(".e") == std::string_view::npos)
-    out += ".0";
-}
-
 void append(std::string& out, const ZRValue& value);
 
 void append(std::string& out, const ZRValue::Array& items)
@@ -73,17 +48,13 @@ void append(std::string& out, const ZRValue& value)
     out += value.asBoolean() ? "true" : "false";
     break;
   case ZRValue::Kind::Integer:
-  {
-    std::array<char, 32> buffer{};
-    out += digitsOf(value.asInteger(), buffer);
+    appendNumber(out, value.asInteger());
     break;
-  }
   case ZRValue::Kind::Float:
-    appendReal(out, value.asFloat());
-    out += 'f';
+    appendNumber(out, value.asFloat());
     break;
   case ZRValue::Kind::Double:
-    appendReal(out, value.asDouble());
+    appendNumber(out, value.asDouble());
     break;
   case ZRValue::Kind::String:
     appendQuoted(out, value.asString());

@@ -1,0 +1,2 @@
+#include "filtrix/ku/log.h"
+#include <gtest/gtest.h>
