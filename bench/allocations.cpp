@@ -48,6 +48,7 @@ void operator delete[](void* memory, std::size_t) noexcept
 {
   std::free(memory);
 }
+
 // NOLINTEND(cppcoreguidelines-no-malloc, cppcoreguidelines-owning-memory, misc-new-delete-overloads)
 
 std::uint64_t ZR::Filtrix::Bench::allocations() noexcept

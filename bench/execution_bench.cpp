@@ -65,9 +65,8 @@ void cycle(benchmark::State& state)
     for (std::size_t i = 0; i < length; ++i)
       scheduler.finishJob(scheduler.nextJob().process);
   }
-  state.counters["ns/job"] = benchmark::Counter(static_cast<double>(length) * 1e-9,
-                                                benchmark::Counter::kIsIterationInvariantRate |
-                                                    benchmark::Counter::kInvert);
+  state.counters["ns/job"] = benchmark::Counter(
+      static_cast<double>(length) * 1e-9, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
 BENCHMARK(publication)->DenseRange(0, 8, 2);

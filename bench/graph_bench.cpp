@@ -43,7 +43,9 @@ private:
 class HopCounter
 {
 public:
-  explicit HopCounter(benchmark::State& state_, std::size_t hops_) : state(state_), hops(hops_), before(allocations()) {}
+  explicit HopCounter(benchmark::State& state_, std::size_t hops_) : state(state_), hops(hops_), before(allocations())
+  {
+  }
 
   HopCounter(const HopCounter&) = delete;
   HopCounter& operator=(const HopCounter&) = delete;

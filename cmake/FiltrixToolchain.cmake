@@ -31,7 +31,7 @@ if(FILTRIX_SANITIZE STREQUAL "address")
   add_link_options(-fsanitize=address,undefined)
 elseif(FILTRIX_SANITIZE STREQUAL "thread")
   # The sanitizer does not follow stand-alone fences; the standard library's use of them is its own affair.
-  add_compile_options(-fsanitize=thread -fno-omit-frame-pointer -Wno-tsan)
+  add_compile_options(-fsanitize=thread -fno-omit-frame-pointer $<$<CXX_COMPILER_ID:GNU>:-Wno-tsan>)
   add_link_options(-fsanitize=thread)
 elseif(FILTRIX_SANITIZE)
   message(FATAL_ERROR "FILTRIX_SANITIZE is \"${FILTRIX_SANITIZE}\", expected nothing, \"address\" or \"thread\"")

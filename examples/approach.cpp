@@ -2,9 +2,9 @@
 //
 //     range ──► Smooth ──► distance ──► Zone ──► zone
 //
-// A range finder publishes a distance twenty times a second. One filter takes the noise out of it, another names the zone
-// that the walker is in. A process runs the two ten times a second and leaves their values at two sinks, and an event tells
-// of each new zone.
+// A range finder publishes a distance twenty times a second. One filter takes the noise out of it, another names the
+// zone that the walker is in. A process runs the two ten times a second and leaves their values at two sinks, and an
+// event tells of each new zone.
 
 #include "exec/event.h"
 #include "exec/memorymanager.h"

@@ -2,8 +2,10 @@
 
 #include "filtrix/zrvalue.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <iostream>
+#include <string>
 
 using ZR::ZRValue;
 

@@ -38,8 +38,8 @@ using DataPtr = std::shared_ptr<Data>;
 /// The payload of an Array. Elements may be null.
 using DataArray = std::vector<DataPtr>;
 
-/// The inputs or the outputs of a filter, in port order; null stands for no value. A filter with at most four ports on a
-/// side costs no allocation for it.
+/// The inputs or the outputs of a filter, in port order; null stands for no value. A filter with at most four ports on
+/// a side costs no allocation for it.
 using DataList = boost::container::small_vector<DataPtr, 4>;
 
 struct NoPayload;
@@ -89,7 +89,8 @@ public:
   Data(float x, float y, float z, float w);
   Data(float x, float y, float z, float wx, float wy, float wz);
 
-  /// The constructors from a shared pointer share its payload. A null pointer gives a value of that tag without payload.
+  /// The constructors from a shared pointer share its payload. A null pointer gives a value of that tag without
+  /// payload.
   explicit Data(std::shared_ptr<Type::AudioBuffer> payload) noexcept;
   explicit Data(std::shared_ptr<Type::BinaryImage> payload) noexcept;
   explicit Data(std::shared_ptr<Type::Color> payload) noexcept;
@@ -116,8 +117,7 @@ public:
 
   /// No pointer may slip into the constructor from a truth value.
   template <typename T>
-    requires(!std::is_same_v<std::remove_cv_t<T>, char>)
-  explicit Data(T* pointer) = delete;
+  requires(!std::is_same_v<std::remove_cv_t<T>, char>) explicit Data(T* pointer) = delete;
 
   [[nodiscard]] TypeTag type() const noexcept { return tag; }
 
@@ -179,9 +179,9 @@ template <typename... Args>
 
 namespace Type
 {
-/// The value as a text for people: `True`, `12`, `1.5f`, `{X=1 Y=2}`, `{NULL;3}`. Empty without a payload; "{void*}" for
-/// kinds that have no text. Never throws for what is in the value. An Array nested deeper than 256 levels ends there
-/// with "{...}".
+/// The value as a text for people: `True`, `12`, `1.5f`, `{X=1 Y=2}`, `{NULL;3}`. Empty without a payload; "{void*}"
+/// for kinds that have no text. Never throws for what is in the value. An Array nested deeper than 256 levels ends
+/// there with "{...}".
 [[nodiscard]] std::string toText(const Data& value);
 }  // namespace Type
 }  // namespace ZR::Filtrix

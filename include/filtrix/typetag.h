@@ -10,37 +10,17 @@
 /// "Invalid" is the tag of a value without payload, "Unknown" that of an opaque pointer. Program text and port
 /// declarations use the names as they stand here.
 #define FILTRIX_TYPE_TAGS(row)                                                                                         \
-  row(Invalid, NoPayload)                                                                                              \
-  row(Boolean, bool)                                                                                                   \
-  row(Integer, std::int32_t)                                                                                           \
-  row(UnsignedInteger, std::uint32_t)                                                                                  \
-  row(Float, float)                                                                                                    \
-  row(Double, double)                                                                                                  \
-  row(String, std::string)                                                                                             \
-  row(ColorImage, Type::ColorImage)                                                                                    \
-  row(GrayscaleImage, Type::GrayscaleImage)                                                                            \
-  row(BinaryImage, Type::BinaryImage)                                                                                  \
-  row(LabelImage, Type::LabelImage)                                                                                    \
-  row(DepthImage, Type::DepthImage)                                                                                    \
-  row(XYZImage, Type::XYZImage)                                                                                        \
-  row(MatrixImage, Type::MatrixImage)                                                                                  \
-  row(Histogram, Type::Histogram)                                                                                      \
-  row(AudioBuffer, Type::AudioBuffer)                                                                                  \
-  row(Color, Type::Color)                                                                                              \
-  row(Vector2, Type::Vector2)                                                                                          \
-  row(Vector3, Type::Vector3)                                                                                          \
-  row(Vector4, Type::Vector4)                                                                                          \
-  row(Vector6, Type::Vector6)                                                                                          \
-  row(Region2, Type::Region2)                                                                                          \
-  row(Region3, Type::Region3)                                                                                          \
-  row(Array, DataArray)                                                                                                \
-  row(Human, Type::Human)                                                                                              \
-  row(Object2D, Type::Object2D)                                                                                        \
-  row(Object3D, Type::Object3D)                                                                                        \
-  row(Time, Type::Time)                                                                                                \
-  row(Duration, Type::Duration)                                                                                        \
-  row(Unknown, OpaquePayload)                                                                                          \
-  row(Lambda, Type::Lambda)
+  row(Invalid, NoPayload) row(Boolean, bool) row(Integer, std::int32_t) row(UnsignedInteger, std::uint32_t)            \
+      row(Float, float) row(Double, double) row(String, std::string) row(ColorImage, Type::ColorImage)                 \
+          row(GrayscaleImage, Type::GrayscaleImage) row(BinaryImage, Type::BinaryImage)                                \
+              row(LabelImage, Type::LabelImage) row(DepthImage, Type::DepthImage) row(XYZImage, Type::XYZImage)        \
+                  row(MatrixImage, Type::MatrixImage) row(Histogram, Type::Histogram)                                  \
+                      row(AudioBuffer, Type::AudioBuffer) row(Color, Type::Color) row(Vector2, Type::Vector2)          \
+                          row(Vector3, Type::Vector3) row(Vector4, Type::Vector4) row(Vector6, Type::Vector6)          \
+                              row(Region2, Type::Region2) row(Region3, Type::Region3) row(Array, DataArray)            \
+                                  row(Human, Type::Human) row(Object2D, Type::Object2D) row(Object3D, Type::Object3D)  \
+                                      row(Time, Type::Time) row(Duration, Type::Duration) row(Unknown, OpaquePayload)  \
+                                          row(Lambda, Type::Lambda)
 
 namespace ZR::Filtrix
 {

@@ -35,9 +35,9 @@ public:
   virtual std::vector<std::string> getInputs() = 0;
   virtual std::vector<std::string> getOutputs() = 0;
 
-  /// One application: a value for each input in the order declared, null for an optional input that has none, to a value
-  /// for each output; a missing or null one is "no value". Required inputs are never null. An exception ends this run
-  /// of the process and is logged with its text.
+  /// One application: a value for each input in the order declared, null for an optional input that has none, to a
+  /// value for each output; a missing or null one is "no value". Required inputs are never null. An exception ends this
+  /// run of the process and is logged with its text.
   virtual DataList run(const DataList& inputs) = 0;
 
   virtual bool isStateful() { return false; }

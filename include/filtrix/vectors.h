@@ -91,7 +91,7 @@ struct Vector6
   constexpr Vector6() = default;
 
   constexpr Vector6(float x_, float y_, float z_, float wx_, float wy_, float wz_)
-    : x(x_), y(y_), z(z_), wx(wx_), wy(wy_), wz(wz_)
+      : x(x_), y(y_), z(z_), wx(wx_), wy(wy_), wz(wz_)
   {
   }
 
@@ -119,7 +119,8 @@ struct Vector6
 };
 
 template <typename Vector>
-concept SmallVector = requires(Vector a, const Vector b) {
+concept SmallVector = requires(Vector a, const Vector b)
+{
   a += b;
   a -= b;
   a *= b;

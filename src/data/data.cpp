@@ -11,7 +11,7 @@ Data::Data(bool value) : payload(std::make_shared<bool>(value)), tag(TypeTag::Bo
 Data::Data(std::int32_t value) : payload(std::make_shared<std::int32_t>(value)), tag(TypeTag::Integer), owned(true) {}
 
 Data::Data(std::uint32_t value)
-  : payload(std::make_shared<std::uint32_t>(value)), tag(TypeTag::UnsignedInteger), owned(true)
+    : payload(std::make_shared<std::uint32_t>(value)), tag(TypeTag::UnsignedInteger), owned(true)
 {
 }
 
@@ -20,7 +20,7 @@ Data::Data(float value) : payload(std::make_shared<float>(value)), tag(TypeTag::
 Data::Data(double value) : payload(std::make_shared<double>(value)), tag(TypeTag::Double), owned(true) {}
 
 Data::Data(std::string value)
-  : payload(std::make_shared<std::string>(std::move(value))), tag(TypeTag::String), owned(true)
+    : payload(std::make_shared<std::string>(std::move(value))), tag(TypeTag::String), owned(true)
 {
 }
 
@@ -40,38 +40,38 @@ Data::Data(Time value) : payload(std::make_shared<Time>(value)), tag(TypeTag::Ti
 
 // Through size, channels and values, so that the bins are duplicated even when `value` only borrows them.
 Data::Data(const Type::Histogram& value)
-  : payload(std::make_shared<Type::Histogram>(value.values(), value.totalSize(), value.channels())),
-    tag(TypeTag::Histogram), owned(true)
+    : payload(std::make_shared<Type::Histogram>(value.values(), value.totalSize(), value.channels())),
+      tag(TypeTag::Histogram), owned(true)
 {
 }
 
 Data::Data(const Type::Region2& value)
-  : payload(std::make_shared<Type::Region2>(value)), tag(TypeTag::Region2), owned(true)
+    : payload(std::make_shared<Type::Region2>(value)), tag(TypeTag::Region2), owned(true)
 {
 }
 
 Data::Data(const Type::Region3& value)
-  : payload(std::make_shared<Type::Region3>(value)), tag(TypeTag::Region3), owned(true)
+    : payload(std::make_shared<Type::Region3>(value)), tag(TypeTag::Region3), owned(true)
 {
 }
 
 Data::Data(const Type::Vector2& value)
-  : payload(std::make_shared<Type::Vector2>(value)), tag(TypeTag::Vector2), owned(true)
+    : payload(std::make_shared<Type::Vector2>(value)), tag(TypeTag::Vector2), owned(true)
 {
 }
 
 Data::Data(const Type::Vector3& value)
-  : payload(std::make_shared<Type::Vector3>(value)), tag(TypeTag::Vector3), owned(true)
+    : payload(std::make_shared<Type::Vector3>(value)), tag(TypeTag::Vector3), owned(true)
 {
 }
 
 Data::Data(const Type::Vector4& value)
-  : payload(std::make_shared<Type::Vector4>(value)), tag(TypeTag::Vector4), owned(true)
+    : payload(std::make_shared<Type::Vector4>(value)), tag(TypeTag::Vector4), owned(true)
 {
 }
 
 Data::Data(const Type::Vector6& value)
-  : payload(std::make_shared<Type::Vector6>(value)), tag(TypeTag::Vector6), owned(true)
+    : payload(std::make_shared<Type::Vector6>(value)), tag(TypeTag::Vector6), owned(true)
 {
 }
 
@@ -112,7 +112,7 @@ FILTRIX_WRAP(Unknown, void)
 
 // Counts as owning, unlike the other wrapping constructors: kept for those who look at the flag.
 Data::Data(std::shared_ptr<Type::Vector6> payload_) noexcept
-  : payload(std::move(payload_)), tag(TypeTag::Vector6), owned(true)
+    : payload(std::move(payload_)), tag(TypeTag::Vector6), owned(true)
 {
 }
 

@@ -8,7 +8,7 @@
 namespace ZR::Filtrix
 {
 Event::Event(const std::shared_ptr<Scheduler>& scheduler_, const std::shared_ptr<Process>& process_)
-  : isCallback(false), scheduler(scheduler_), process(process_)
+    : isCallback(false), scheduler(scheduler_), process(process_)
 {
 }
 

@@ -55,7 +55,7 @@ private:
 
 Process::Process(const std::string& name, std::uint32_t priority_, float frequency_, Duration tolerance_,
                  std::shared_ptr<ProcessRegistry> owner_)
-  : priority(std::min(priority_, maxPriority)), frequency(0.0F), key(name), owner(std::move(owner_)), failedKey(name)
+    : priority(std::min(priority_, maxPriority)), frequency(0.0F), key(name), owner(std::move(owner_)), failedKey(name)
 {
   setFrequency(frequency_);
   setTolerance(tolerance_);
@@ -145,7 +145,7 @@ void Process::_pull(Time time, const ProcessKey& runKey)
 
 DataPtr Process::getData(const std::string& sinkName, Time time)
 {
-  if (!_hasSink(sinkName))
+  if (!hasSink(sinkName))
     _throwUnknownSink("Can't get data", sinkName);
   run(time);
   return getLastData(sinkName);
@@ -153,7 +153,7 @@ DataPtr Process::getData(const std::string& sinkName, Time time)
 
 DataPtr Process::getLastData(const std::string& sinkName) const
 {
-  if (!_hasSink(sinkName))
+  if (!hasSink(sinkName))
     _throwUnknownSink("Can't get last data", sinkName);
   if (!isLive())
     return nullptr;
@@ -274,15 +274,20 @@ void Process::setTolerance(Duration value)
   tolerance = value.microseconds();
 }
 
-bool Process::_hasSink(const std::string& sinkName) const
+NodeSourcePtr Process::findSource(const std::string& name) const
+{
+  const auto entry = sources.find(name);
+  return entry != sources.end() ? entry->second : nullptr;
+}
+
+bool Process::hasSink(const std::string& sinkName) const
 {
   return sinks.contains(sinkName) || aggregatedSinks.contains(sinkName);
 }
 
 void Process::_throwUnknownSink(std::string_view operation, const std::string& sinkName) const
 {
-  logAndThrow(
-      fmt::format("{}(\"{}\"): the process {} doesn't own this sink node.", operation, sinkName, getName()));
+  logAndThrow(fmt::format("{}(\"{}\"): the process {} doesn't own this sink node.", operation, sinkName, getName()));
 }
 
 bool Process::_isRunningHere() const noexcept

@@ -49,21 +49,21 @@ public:
   /// Keeps a node between the sources and the sinks alive: ports know their nodes but do not own them.
   void addNode(NodePtr node);
 
-  /// Lets the source's version decide whether a run asked again for the same time has anything new. True when the source
-  /// is known already.
+  /// Lets the source's version decide whether a run asked again for the same time has anything new. True when the
+  /// source is known already.
   bool addSourceVersion(const NodeSourcePtr& source);
 
   // Running.
 
-  /// One run at `time`. False when the process is not live, or is running on this very thread; true otherwise, also when
-  /// it is too early, or nothing has changed, and nothing was pulled.
+  /// One run at `time`. False when the process is not live, or is running on this very thread; true otherwise, also
+  /// when it is too early, or nothing has changed, and nothing was pulled.
   bool run(Time time);
 
   /// Runs at `time` if due, and gives the sink's value. Throws std::runtime_error when there is no such sink.
   DataPtr getData(const std::string& sinkName, Time time) override;
 
-  /// The sink's value of the last run; null when the process is not live. Throws std::runtime_error when there is no such
-  /// sink. A name of both a sink and an aggregated sink reads the latter.
+  /// The sink's value of the last run; null when the process is not live. Throws std::runtime_error when there is no
+  /// such sink. A name of both a sink and an aggregated sink reads the latter.
   [[nodiscard]] DataPtr getLastData(const std::string& sinkName) const;
 
   /// Back to the start: nothing has run, the sinks are empty, every source counts as new.
@@ -78,8 +78,8 @@ public:
   /// How long until a run is due: negative when it is overdue, one period while the process is running.
   [[nodiscard]] Duration timeToNextRun(Time now) const;
 
-  /// True when less than a period has passed since the last run. Always, at frequency 0. A clock that has stepped back by
-  /// more than a period does not hold the process up.
+  /// True when less than a period has passed since the last run. Always, at frequency 0. A clock that has stepped back
+  /// by more than a period does not hold the process up.
   [[nodiscard]] bool isTooEarly(Time now) const noexcept;
 
   // Properties.
@@ -97,8 +97,8 @@ public:
 
   [[nodiscard]] float getFrequency() const noexcept { return frequency; }
 
-  /// Runs per second. Negative values count as 0, and so does what is not a number, with a log line. Above a million the
-  /// period is no whole microsecond: the process then runs whenever its job comes up, as it does at infinity.
+  /// Runs per second. Negative values count as 0, and so does what is not a number, with a log line. Above a million
+  /// the period is no whole microsecond: the process then runs whenever its job comes up, as it does at infinity.
   void setFrequency(float value);
 
   [[nodiscard]] Duration getTolerance() const noexcept { return Duration(tolerance); }
@@ -121,6 +121,12 @@ public:
 
   [[nodiscard]] const std::map<std::string, NodeSourcePtr>& getSources() const noexcept { return sources; }
 
+  /// The source of that name; null when the process has none.
+  [[nodiscard]] NodeSourcePtr findSource(const std::string& name) const;
+
+  /// True when there is a sink or an aggregated sink of that name.
+  [[nodiscard]] bool hasSink(const std::string& sinkName) const;
+
   [[nodiscard]] const std::map<std::string, NodeSinkPtr>& getSinks() const noexcept { return sinks; }
 
   [[nodiscard]] const std::map<std::string, AggregatedSinkPtr>& getAggregatedSinks() const noexcept
@@ -132,7 +138,6 @@ private:
   class RunGuard;
 
   [[nodiscard]] Duration _period() const noexcept;
-  [[nodiscard]] bool _hasSink(const std::string& sinkName) const;
   [[noreturn]] void _throwUnknownSink(std::string_view operation, const std::string& sinkName) const;
   bool _noteSourceVersions();
   void _pull(Time time, const ProcessKey& runKey);

@@ -35,7 +35,7 @@ void nameThread(const std::string& name)
 }  // namespace
 
 Scheduler::Scheduler(const ProcessRegistry& registry_, std::uint32_t threadCount_)
-  : registry(registry_), threadCount(threadCount_)
+    : registry(registry_), threadCount(threadCount_)
 {
 }
 

@@ -19,15 +19,15 @@ class ProcessRegistry;
 
 /// Owns the worker threads and decides what runs next.
 ///
-/// There are no deadlines. Priority gives a process its share of a repeating list of jobs: one of weight w stands w times
-/// in a cycle, spread evenly. When a job comes up, the process's frequency decides whether it really runs. Jobs that
-/// events add go before the cycle. A job for a process that is running is dropped, not kept for later.
+/// There are no deadlines. Priority gives a process its share of a repeating list of jobs: one of weight w stands w
+/// times in a cycle, spread evenly. When a job comes up, the process's frequency decides whether it really runs. Jobs
+/// that events add go before the cycle. A job for a process that is running is dropped, not kept for later.
 ///
 /// What a run throws is logged with the process's name (the same cause at most every ten seconds), the process is tried
 /// again at its next turn with a clean graph, and the worker goes on.
 ///
-/// Locks: the queue mutex before the next-jobs mutex and before the registry's mutex; none is held while a process runs.
-/// Thread-safe.
+/// Locks: the queue mutex before the next-jobs mutex and before the registry's mutex; none is held while a process
+/// runs. Thread-safe.
 class Scheduler final
 {
 public:
@@ -37,18 +37,18 @@ public:
   Scheduler& operator=(const Scheduler&) = delete;
   ~Scheduler();
 
-  /// Starts the workers unless they run. True, but for a call from one of the workers themselves, which is refused with a
-  /// log line.
+  /// Starts the workers unless they run. True, but for a call from one of the workers themselves, which is refused with
+  /// a log line.
   bool start();
 
-  /// Stops the workers and waits for the runs in progress; jobs that wait are lost. Called on a worker, from a callback,
-  /// it only lets the workers end. Always true.
+  /// Stops the workers and waits for the runs in progress; jobs that wait are lost. Called on a worker, from a
+  /// callback, it only lets the workers end. Always true.
   bool stop();
 
   [[nodiscard]] bool isRunning() const noexcept { return running; }
 
-  /// Works out the list of jobs anew: to be called after a change in the set of processes, in which of them are live, or
-  /// in their priorities.
+  /// Works out the list of jobs anew: to be called after a change in the set of processes, in which of them are live,
+  /// or in their priorities.
   void rebuildJobs();
 
   /// Puts a job before all others that wait, and wakes a worker that sleeps.

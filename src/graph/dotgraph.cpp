@@ -106,8 +106,7 @@ void DotGraph::addComposite(const FilterComposite& composite)
       return {};
     const PortList& ports = std::string_view(side) == "in" ? node->getInputs() : node->getOutputs();
     const auto at = std::ranges::find_if(ports, [&](const PortPtr& own) { return own.get() == &port; });
-    return at == ports.end() ? std::string()
-                             : _portId(hit->second, side, static_cast<std::size_t>(at - ports.begin()));
+    return at == ports.end() ? std::string() : _portId(hit->second, side, static_cast<std::size_t>(at - ports.begin()));
   };
   const auto link = [&](const std::string& from, const std::string& to)
   {

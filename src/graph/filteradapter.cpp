@@ -22,7 +22,7 @@ std::shared_ptr<UserFilter> notNull(std::shared_ptr<UserFilter> filter)
 }  // namespace
 
 FilterAdapter::FilterAdapter(std::shared_ptr<UserFilter> userFilter_)
-  : FilterPrimitive(notNull(userFilter_)->getName()), userFilter(std::move(userFilter_))
+    : FilterPrimitive(notNull(userFilter_)->getName()), userFilter(std::move(userFilter_))
 {
   for (const std::string& declaration : userFilter->getInputs())
     _declareInput(declaration);
@@ -55,7 +55,7 @@ void FilterAdapter::_declareInput(const std::string& declaration)
 {
   const auto pieces = splitBlocks(declaration, '[', ']');
   const bool readable = pieces.size() == 1 || pieces.size() == 2;
-  const auto words = readable ? splitWords(pieces[0]) : std::vector<std::string>();
+  const auto words = readable ? splitWords(pieces[0]) : std::vector<std::string_view>();
   const bool isOptional = words.size() == 2 && words[0] == "optional";
   if (pieces.size() == 1)
     ku::log::verbose(category, "Missing type declaration for input {} of filter {}", pieces[0], getName());
@@ -65,11 +65,11 @@ void FilterAdapter::_declareInput(const std::string& declaration)
     return;
   }
 
-  const PortPtr port = addInput(words.back());
+  const PortPtr port = addInput(std::string(words.back()));
   port->setOptional(isOptional);
   if (pieces.size() == 1)
     return;
-  for (const std::string& word : splitWords(pieces[1]))
+  for (const std::string_view word : splitWords(pieces[1]))
   {
     const TypeTag type = Type::typeFromName(word);
     if (type == TypeTag::Invalid)
@@ -87,6 +87,6 @@ void FilterAdapter::_declareOutput(const std::string& declaration)
     ku::log::error(category, "Can't parse output declaration ({})", declaration);
     return;
   }
-  addOutput(words[0]);
+  addOutput(std::string(words[0]));
 }
 }  // namespace ZR::Filtrix

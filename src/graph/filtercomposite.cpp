@@ -108,8 +108,8 @@ void FilterComposite::filterSynchronizeRelease(const ProcessKey& processKey, con
   }
 }
 
-DataList FilterComposite::applyFilter(const DataList& inputs, const ProcessKey& processKey,
-                                      const ProcessKey& scopeKey, std::uint64_t depth)
+DataList FilterComposite::applyFilter(const DataList& inputs, const ProcessKey& processKey, const ProcessKey& scopeKey,
+                                      std::uint64_t depth)
 {
   if (inputs.size() != getInputs().size())
   {

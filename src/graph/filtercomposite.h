@@ -26,8 +26,8 @@ public:
   /// The node of that name; null and a log line when there is none.
   [[nodiscard]] NodePtr getNode(const std::string& nodeName) const;
 
-  /// Makes an inner port a port of the composite, under its own name or another one. An exposed input is always optional.
-  /// False when the node or the port does not exist.
+  /// Makes an inner port a port of the composite, under its own name or another one. An exposed input is always
+  /// optional. False when the node or the port does not exist.
   bool exposeInput(const std::string& nodeName, const std::string& portName, const std::string& exposedName = {});
   bool exposeOutput(const std::string& nodeName, const std::string& portName, const std::string& exposedName = {});
 

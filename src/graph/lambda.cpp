@@ -38,6 +38,7 @@ public:
 
   DepthMark(const DepthMark&) = delete;
   DepthMark& operator=(const DepthMark&) = delete;
+
   ~DepthMark() { --applicationDepth; }
 };
 }  // namespace
@@ -154,8 +155,10 @@ DataList Lambda::apply(const DataArray& arguments)
   struct RunnerReset
   {
     std::atomic<std::thread::id>& runner;
+
     ~RunnerReset() { runner.store(std::thread::id(), std::memory_order_relaxed); }
   } const reset{p->runner};
+
   return p->run();
 }
 

@@ -10,8 +10,8 @@ namespace ZR::Filtrix::Type
 {
 /// A filter as a value: it can be handed to a filter, which applies it while it runs.
 ///
-/// Thread-safe: applications of one lambda are serial, and each gets its own result. A lambda that comes to apply itself,
-/// and lambdas that apply one another deeper than `maxDepth`, are refused with a log line and no result.
+/// Thread-safe: applications of one lambda are serial, and each gets its own result. A lambda that comes to apply
+/// itself, and lambdas that apply one another deeper than `maxDepth`, are refused with a log line and no result.
 class Lambda final
 {
 public:

@@ -25,6 +25,7 @@ public:
 
   WalkMark(const WalkMark&) = delete;
   WalkMark& operator=(const WalkMark&) = delete;
+
   ~WalkMark() { mark.store(std::thread::id(), std::memory_order_relaxed); }
 
 private:

@@ -19,10 +19,10 @@ class RecoveryWalk;
 
 /// A vertex of the graph that a process pulls values through.
 ///
-/// A run goes over the graph twice. `synchronize` walks from the sinks towards the sources, leaves one count per consumer
-/// on each node, and pins what the run will see. `requestData` then pulls the values, and each consumer gives its count
-/// back with `synchronizeRelease` right after it has read; the last one lets the node drop what it kept. On a path whose
-/// result nobody will use, `requestEmpty` stands in for `requestData`, so that the counts still come back.
+/// A run goes over the graph twice. `synchronize` walks from the sinks towards the sources, leaves one count per
+/// consumer on each node, and pins what the run will see. `requestData` then pulls the values, and each consumer gives
+/// its count back with `synchronizeRelease` right after it has read; the last one lets the node drop what it kept. On a
+/// path whose result nobody will use, `requestEmpty` stands in for `requestData`, so that the counts still come back.
 ///
 /// Several runs may be in a node at once, each in its own scope. Within one scope a run is single-threaded.
 /// Nothing here throws or catches for itself: an exception from a filter or a source passes through, and what the run
@@ -78,15 +78,12 @@ public:
   /// How many scopes are synchronized and not released; 0 between runs.
   [[nodiscard]] std::size_t getActiveScopes() const;
 
-protected:
-  void _rename(std::string newName) { name = std::move(newName); }
-
 private:
-  std::string name;
+  const std::string name;
   PortLists ports;
 
-  // Guards the counts, and holds a scope still while it is synchronized or released: it is kept across the walk upstream
-  // and across the virtual operations. So these mutexes nest from the sink towards the sources, never back.
+  // Guards the counts, and holds a scope still while it is synchronized or released: it is kept across the walk
+  // upstream and across the virtual operations. So these mutexes nest from the sink towards the sources, never back.
   mutable std::mutex mutex;
   ScopeTable<std::int32_t> synchronizeCounts;
 

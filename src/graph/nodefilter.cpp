@@ -31,13 +31,13 @@ bool hasValue(const DataList& results)
 }
 }  // namespace
 
-// One computation of a node's results. Until it is finished the scope is marked with the thread at work, by which a graph
-// that runs in a ring is found out; if it ends unfinished, an exception is passing through.
+// One computation of a node's results. Until it is finished the scope is marked with the thread at work, by which a
+// graph that runs in a ring is found out; if it ends unfinished, an exception is passing through.
 class NodeFilter::Computation
 {
 public:
   Computation(NodeFilter& node_, std::uint32_t scopeHash_)
-    : node(node_), scopeHash(scopeHash_), reporting(node_.keepsReports.load(std::memory_order_relaxed))
+      : node(node_), scopeHash(scopeHash_), reporting(node_.keepsReports.load(std::memory_order_relaxed))
   {
     if (reporting)
       start = ku::Clock::now();
@@ -87,7 +87,7 @@ private:
 };
 
 NodeFilter::NodeFilter(std::string name_, FilterPtr filter_)
-  : Node(std::move(name_)), scopeSuffix(makeScopeSuffix()), filter(std::move(filter_))
+    : Node(std::move(name_)), scopeSuffix(makeScopeSuffix()), filter(std::move(filter_))
 {
   if (!filter)
     return;

@@ -93,7 +93,8 @@ private:
   const FilterPtr filter;
   std::atomic<bool> keepsReports{false};
 
-  // Guards the tables below. Taken within the node's mutex, held for their accesses only: never across a pull or a filter.
+  // Guards the tables below. Taken within the node's mutex, held for their accesses only: never across a pull or a
+  // filter.
   mutable std::mutex tableMutex;
   ScopeTable<std::unique_ptr<Scope>> scopes;
   std::size_t activeScopes = 0;

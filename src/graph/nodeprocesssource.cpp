@@ -5,7 +5,7 @@
 namespace ZR::Filtrix
 {
 NodeProcessSource::NodeProcessSource(std::string name_, std::shared_ptr<SinkReader> process_, std::string sinkName_)
-  : NodeSource(std::move(name_)), process(std::move(process_)), sinkName(std::move(sinkName_))
+    : NodeSource(std::move(name_)), process(std::move(process_)), sinkName(std::move(sinkName_))
 {
 }
 

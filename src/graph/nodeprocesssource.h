@@ -5,9 +5,9 @@
 
 namespace ZR::Filtrix
 {
-/// A source whose values are those of another process's sink. The other process runs inline, at the time of the run that
-/// reads it and if it is due, while this source's mutex is held. Its version is 0: a process that reads it is never held
-/// back as unchanged.
+/// A source whose values are those of another process's sink. The other process runs inline, at the time of the run
+/// that reads it and if it is due, while this source's mutex is held. Its version is 0: a process that reads it is
+/// never held back as unchanged.
 class NodeProcessSource final : public NodeSource
 {
 public:

@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace ZR::Filtrix
@@ -87,7 +88,7 @@ void NodeSource::setData(DataPtr value)
     data = value;
   }
   if (value)
-    events.fire(value);
+    events->fire(value);
 }
 
 DataPtr NodeSource::getSourceData(Time, Duration)
@@ -100,6 +101,11 @@ std::uint64_t NodeSource::getVersion() const
 {
   const std::lock_guard lock(mutex);
   return version;
+}
+
+void NodeSource::renameDependency(const std::string& oldName, const std::string& newName)
+{
+  std::ranges::replace(dependencies, oldName, newName);
 }
 
 void NodeSource::dropRun(const ProcessKey& processKey, const ProcessKey&, RecoveryWalk&)

@@ -43,10 +43,15 @@ public:
 
   void dropRun(const ProcessKey& processKey, const ProcessKey& scopeKey, RecoveryWalk& walk) override;
 
-  void addEvent(std::shared_ptr<ValueListener> event) { events.add(std::move(event)); }
+  void addEvent(std::shared_ptr<ValueListener> event) { events->add(std::move(event)); }
+
+  void removeEvent(const std::shared_ptr<ValueListener>& event) { events->remove(event); }
 
   /// The names of the processes that this source reads. For building only.
   void addDependency(std::string processName) { dependencies.push_back(std::move(processName)); }
+
+  /// A process that this source reads has another name now. Guarded by whoever renames processes.
+  void renameDependency(const std::string& oldName, const std::string& newName);
 
   [[nodiscard]] const std::vector<std::string>& getDependencies() const noexcept { return dependencies; }
 
@@ -68,7 +73,7 @@ protected:
   ScopeTable<Pin> pins;
   DataPtr data;
   std::uint64_t version = 0;
-  ValueListeners events;
+  const std::shared_ptr<ValueListeners> events = std::make_shared<ValueListeners>();
 
 private:
   std::vector<std::string> dependencies;

@@ -10,6 +10,28 @@ namespace ZR::Filtrix
 namespace
 {
 constexpr const char* category = "filtrix.nodeSource";
+
+class Relay final : public ValueListener
+{
+public:
+  explicit Relay(std::shared_ptr<ValueListeners> listeners_) : listeners(std::move(listeners_)) {}
+
+  void fire(const DataPtr& value) override { listeners->fire(value); }
+
+private:
+  const std::shared_ptr<ValueListeners> listeners;
+};
+}  // namespace
+
+NodeSourceAlias::NodeSourceAlias(std::string name_)
+    : NodeSource(std::move(name_)), relay(std::make_shared<Relay>(events))
+{
+}
+
+NodeSourceAlias::~NodeSourceAlias()
+{
+  if (target)
+    target->removeEvent(relay);
 }
 
 DataPtr NodeSourceAlias::requestData(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth,
@@ -45,8 +67,7 @@ void NodeSourceAlias::_synchronize(Time time, Duration tolerance, const ProcessK
                    originText());
 }
 
-void NodeSourceAlias::_synchronizeRelease(const ProcessKey& processKey, const ProcessKey& scopeKey,
-                                          std::uint64_t depth)
+void NodeSourceAlias::_synchronizeRelease(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth)
 {
   NodeSourcePtr source;
   {
@@ -109,6 +130,10 @@ bool NodeSourceAlias::setTarget(NodeSourcePtr source)
     step = alias != nullptr ? alias->getTarget() : nullptr;
   }
   const std::lock_guard lock(targetMutex);
+  if (target)
+    target->removeEvent(relay);
+  if (source)
+    source->addEvent(relay);
   target = std::move(source);
   return true;
 }

@@ -11,7 +11,8 @@ namespace ZR::Filtrix
 class NodeSourceAlias final : public NodeSource
 {
 public:
-  using NodeSource::NodeSource;
+  explicit NodeSourceAlias(std::string name);
+  ~NodeSourceAlias() override;
 
   DataPtr requestData(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth,
                       const PortPtr& outputPort) override;
@@ -29,13 +30,10 @@ public:
   [[nodiscard]] std::uint64_t getVersion() const override;
   void dropRun(const ProcessKey& processKey, const ProcessKey& scopeKey, RecoveryWalk& walk) override;
 
-  /// Points the alias at another source. A target that is this alias, or an alias that leads to it, is refused with a
-  /// log line and false.
+  /// Points the alias at another source, whose values its events hear of from then on. A target that is this alias, or
+  /// an alias that leads to it, is refused with a log line and false.
   virtual bool setTarget(NodeSourcePtr source);
   [[nodiscard]] virtual NodeSourcePtr getTarget() const;
-
-  /// For the registry only: an alias keeps its state under a new name.
-  void rename(std::string newName) { _rename(std::move(newName)); }
 
 private:
   struct Route
@@ -46,6 +44,8 @@ private:
 
   [[nodiscard]] NodeSourcePtr _route(const ProcessKey& processKey) const;
   [[nodiscard]] NodeSourcePtr _targetOrLog(const char* operation) const;
+
+  const std::shared_ptr<ValueListener> relay;  // hears the target and passes its values on to the alias's own events
 
   // Guards the two below. Calls to the target are made without it, so that what they set off may come back here.
   mutable std::mutex targetMutex;

@@ -46,8 +46,8 @@ void Port::setParent(const PortPtr& newParent)
   {
     if (port == this)
     {
-      ku::log::error(category, "{}::setParent(): the port \"{}\" already stands for this one.{}", name,
-                     newParent->name, originText());
+      ku::log::error(category, "{}::setParent(): the port \"{}\" already stands for this one.{}", name, newParent->name,
+                     originText());
       return;
     }
   }

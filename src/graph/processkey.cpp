@@ -6,7 +6,8 @@ namespace ZR::Filtrix
 {
 namespace
 {
-// Boost's hash_range over signed bytes as it was for 32-bit hashes; recordings and logs of other hosts hold these values.
+// Boost's hash_range over signed bytes as it was for 32-bit hashes; recordings and logs of other hosts hold these
+// values.
 std::uint32_t goOn(std::uint32_t seed, std::string_view bytes) noexcept
 {
   for (const char byte : bytes)
@@ -19,7 +20,7 @@ std::uint32_t goOn(std::uint32_t seed, std::string_view bytes) noexcept
 }  // namespace
 
 ProcessKey::ProcessKey(std::string name_)
-  : name(std::make_shared<const std::string>(std::move(name_))), hash(goOn(0, *name))
+    : name(std::make_shared<const std::string>(std::move(name_))), hash(goOn(0, *name))
 {
 }
 

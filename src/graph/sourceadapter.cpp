@@ -18,7 +18,7 @@ std::shared_ptr<UserSource> notNull(std::shared_ptr<UserSource> source)
 }  // namespace
 
 SourceAdapter::SourceAdapter(std::shared_ptr<UserSource> userSource_)
-  : NodeSource(notNull(userSource_)->getName()), userSource(std::move(userSource_))
+    : NodeSource(notNull(userSource_)->getName()), userSource(std::move(userSource_))
 {
 }
 
@@ -39,7 +39,7 @@ void SourceAdapter::setData(DataPtr value)
     userSource->setData(value);
   }
   if (value)
-    events.fire(value);
+    events->fire(value);
 }
 
 DataPtr SourceAdapter::getSourceData(Time time, Duration tolerance)

@@ -5,8 +5,8 @@
 
 namespace ZR::Filtrix
 {
-/// Makes a source of a `UserSource`: it is asked once per run of a process, with the run's time and tolerance. Its version
-/// stays 0: a process that reads it is never held back as unchanged.
+/// Makes a source of a `UserSource`: it is asked once per run of a process, with the run's time and tolerance. Its
+/// version stays 0: a process that reads it is never held back as unchanged.
 class SourceAdapter final : public NodeSource
 {
 public:

@@ -20,6 +20,16 @@ void ValueListeners::add(std::shared_ptr<ValueListener> listener)
   listeners = std::move(longer);
 }
 
+void ValueListeners::remove(const std::shared_ptr<ValueListener>& listener)
+{
+  const std::lock_guard lock(mutex);
+  if (!listeners)
+    return;
+  auto shorter = std::make_shared<List>(*listeners);
+  std::erase(*shorter, listener);
+  listeners = std::move(shorter);
+}
+
 void ValueListeners::fire(const DataPtr& value) const
 {
   const auto list = current();

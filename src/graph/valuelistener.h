@@ -27,6 +27,9 @@ class ValueListeners final
 public:
   void add(std::shared_ptr<ValueListener> listener);
 
+  /// A value that is being fired may still reach the listener.
+  void remove(const std::shared_ptr<ValueListener>& listener);
+
   /// Fires each listener with a value that is not null. One that throws is logged and does not disturb the publisher,
   /// nor the listeners after it.
   void fire(const DataPtr& value) const;

@@ -115,6 +115,7 @@ TEST_F(ProcessTest, TheSameTimeRunsAgainOnlyWhenASourceHasChanged)
 
     DataPtr getData(Time, Duration) override { return nullptr; }
   };
+
   process->addSourceVersion(std::make_shared<SourceAdapter>(std::make_shared<Zero>()));
   EXPECT_EQ(runs(1), 1) << "a source without versions may always have something new";
 }
@@ -357,13 +358,14 @@ TEST(BrokenSource, LeavesAGraphThatCanBeCleared)
 
     bool broken = true;
   };
+
   const ku::log::Capture log;
   const auto user = std::make_shared<Thrower>();
   const auto bad = std::make_shared<SourceAdapter>(user);
   const NodeSourcePtr good = makeSource("good", makeData(1));
   const auto sum = std::make_shared<FunctionFilter>(
-      "Sum", std::vector<std::string>{"a", "b"}, std::vector<std::string>{"out"}, [](const DataList& inputs)
-      { return DataList{makeData(inputs[0]->toInt() + inputs[1]->toInt())}; });
+      "Sum", std::vector<std::string>{"a", "b"}, std::vector<std::string>{"out"},
+      [](const DataList& inputs) { return DataList{makeData(inputs[0]->toInt() + inputs[1]->toInt())}; });
   const auto node = makeNode("n", sum);
   link(*good, "", *node, "a");
   link(*bad, "", *node, "b");

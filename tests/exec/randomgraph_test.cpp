@@ -37,7 +37,8 @@ public:
     {
       const std::size_t from = pick(nodes.size());
       sinkInputs.push_back({from, pick(2)});
-      sinks.push_back(makeSink("sink" + std::to_string(i), *nodes[from].node, sinkInputs.back().output == 0 ? "a" : "b"));
+      sinks.push_back(
+          makeSink("sink" + std::to_string(i), *nodes[from].node, sinkInputs.back().output == 0 ? "a" : "b"));
     }
   }
 

@@ -240,15 +240,15 @@ TEST_F(SchedulerTest, AThrowingFilterCostsItsOwnRunAndNothingElse)
   link(*source, *sharedNode);
   std::atomic<int> calls{0};
   std::atomic<int> good{0};
-  const auto thrower = std::make_shared<FunctionFilter>("Thrower", std::vector<std::string>{"in"},
-                                                        std::vector<std::string>{"out"},
-                                                        [&](const DataList& inputs) -> DataList
-                                                        {
-                                                          if (++calls % 3 == 0)
-                                                            throw 7;  // not even a std::exception
-                                                          ++good;
-                                                          return {inputs[0]};
-                                                        });
+  const auto thrower =
+      std::make_shared<FunctionFilter>("Thrower", std::vector<std::string>{"in"}, std::vector<std::string>{"out"},
+                                       [&](const DataList& inputs) -> DataList
+                                       {
+                                         if (++calls % 3 == 0)
+                                           throw 7;  // not even a std::exception
+                                         ++good;
+                                         return {inputs[0]};
+                                       });
   const auto throwing = makeNode("throwing", thrower);
   link(*sharedNode, *throwing);
   add("bad", 2, 100.0F)->addSink(makeSink("sink", *throwing));
@@ -265,7 +265,8 @@ TEST_F(SchedulerTest, AThrowingFilterCostsItsOwnRunAndNothingElse)
   scheduler->start();
   for (int round = 1; round <= 30; ++round)
   {
-    ASSERT_TRUE(eventually([&] { return calls >= round && others[0]->applied >= round && others[1]->applied >= round; }))
+    ASSERT_TRUE(
+        eventually([&] { return calls >= round && others[0]->applied >= round && others[1]->applied >= round; }))
         << "round " << round;
     ASSERT_TRUE(ku::ManualClock::waitForSleepers(2));
     clock.advance(10ms);
@@ -283,9 +284,9 @@ TEST_F(SchedulerTest, AThrowingFilterCostsItsOwnRunAndNothingElse)
 
 TEST_F(SchedulerTest, ASteadyFailureIsToldAgainAfterAWhileWithACount)
 {
-  const auto thrower = std::make_shared<FunctionFilter>(
-      "Thrower", std::vector<std::string>(), std::vector<std::string>{"out"},
-      [&](const DataList&) -> DataList { throw std::runtime_error("no light"); });
+  const auto thrower =
+      std::make_shared<FunctionFilter>("Thrower", std::vector<std::string>(), std::vector<std::string>{"out"},
+                                       [&](const DataList&) -> DataList { throw std::runtime_error("no light"); });
   const auto node = makeNode("n", thrower);
   add("bad", 1, 1.0F)->addSink(makeSink("sink", *node));
   scheduler->rebuildJobs();

@@ -16,7 +16,7 @@ class Declared final : public UserFilter
 {
 public:
   Declared(std::vector<std::string> inputs_, std::vector<std::string> outputs_)
-    : inputNames(std::move(inputs_)), outputNames(std::move(outputs_))
+      : inputNames(std::move(inputs_)), outputNames(std::move(outputs_))
   {
   }
 
@@ -76,28 +76,27 @@ TEST_P(DeclarationTest, MakesThePortsThatCanBeRead)
 
 INSTANTIATE_TEST_SUITE_P(
     Inputs, DeclarationTest,
-    testing::Values(
-        DeclarationCase{"Plain", {"depth [DepthImage]"}, {"depth DepthImage"}, {}},
-        DeclarationCase{"Optional",
-                        {"optional image [DepthImage  GrayscaleImage]", "  optional\twidth[Float]"},
-                        {"image? DepthImage GrayscaleImage", "width? Float"},
-                        {}},
-        DeclarationCase{"WithoutTypes",
-                        {"optional any", "empty []"},
-                        {"any?", "empty"},
-                        {"Missing type declaration for input optional any of filter Declared"}},
-        DeclarationCase{"UnknownType",
-                        {"gain [Float float Invalid]"},
-                        {"gain Float"},
-                        {"Invalid input type float for port gain of filter Declared",
-                         "Invalid input type Invalid for port gain of filter Declared"}},
-        DeclarationCase{"Unreadable",
-                        {"Optional gain [Float]", "a b c [Float]", "a [Float] b", "", "[Float]"},
-                        {"Float"},
-                        {"Can't parse input declaration (Optional gain [Float])",
-                         "Can't parse input declaration (a b c [Float])", "Can't parse input declaration (a [Float] b)",
-                         "Can't parse input declaration ()",
-                         "Missing type declaration for input Float of filter Declared"}}),
+    testing::Values(DeclarationCase{"Plain", {"depth [DepthImage]"}, {"depth DepthImage"}, {}},
+                    DeclarationCase{"Optional",
+                                    {"optional image [DepthImage  GrayscaleImage]", "  optional\twidth[Float]"},
+                                    {"image? DepthImage GrayscaleImage", "width? Float"},
+                                    {}},
+                    DeclarationCase{"WithoutTypes",
+                                    {"optional any", "empty []"},
+                                    {"any?", "empty"},
+                                    {"Missing type declaration for input optional any of filter Declared"}},
+                    DeclarationCase{"UnknownType",
+                                    {"gain [Float float Invalid]"},
+                                    {"gain Float"},
+                                    {"Invalid input type float for port gain of filter Declared",
+                                     "Invalid input type Invalid for port gain of filter Declared"}},
+                    DeclarationCase{"Unreadable",
+                                    {"Optional gain [Float]", "a b c [Float]", "a [Float] b", "", "[Float]"},
+                                    {"Float"},
+                                    {"Can't parse input declaration (Optional gain [Float])",
+                                     "Can't parse input declaration (a b c [Float])",
+                                     "Can't parse input declaration (a [Float] b)", "Can't parse input declaration ()",
+                                     "Missing type declaration for input Float of filter Declared"}}),
     [](const auto& test) { return std::string(test.param.name); });
 
 // Counts its runs in its memory.

@@ -117,7 +117,8 @@ TEST_F(CompositeTest, BuildingErrorsAreLoggedAndChangeNothing)
   composite->addNode(makeNode("around", outer));
   EXPECT_EQ(composite->getNodes().size(), 2U);
   EXPECT_THAT(log.texts("filtrix.Composite"),
-              ElementsAre("Can't add node \"a\": node is already present.", "Can't retrieved node \"nobody\": node unknown.",
+              ElementsAre("Can't add node \"a\": node is already present.",
+                          "Can't retrieved node \"nobody\": node unknown.",
                           "Can't add node to \"Pair\": expected a node, got null.",
                           "Can't add node \"itself\": the filter \"Pair\" would contain itself.",
                           "Can't add node \"around\": the filter \"Pair\" would contain itself."));

@@ -18,15 +18,15 @@ using Type::Lambda;
 // Two outputs: the sum of three inputs, and the last one.
 FilterPtr makeSum()
 {
-  return std::make_shared<FunctionFilter>(
-      "Sum", std::vector<std::string>{"?a", "?b", "?c"}, std::vector<std::string>{"sum", "last"},
-      [](const DataList& inputs)
-      {
-        std::int32_t sum = 0;
-        for (const DataPtr& input : inputs)
-          sum += input ? input->toInt() : 0;
-        return DataList{makeData(sum), inputs.back()};
-      });
+  return std::make_shared<FunctionFilter>("Sum", std::vector<std::string>{"?a", "?b", "?c"},
+                                          std::vector<std::string>{"sum", "last"},
+                                          [](const DataList& inputs)
+                                          {
+                                            std::int32_t sum = 0;
+                                            for (const DataPtr& input : inputs)
+                                              sum += input ? input->toInt() : 0;
+                                            return DataList{makeData(sum), inputs.back()};
+                                          });
 }
 
 std::vector<int> numbers(const DataList& values)
@@ -123,9 +123,8 @@ TEST(Lambda, ChainsOfLambdasEndAtTheirGreatestDepth)
 {
   const ku::log::Capture log;
   std::function<DataList()> deeper;
-  const auto filter = std::make_shared<FunctionFilter>("Deep", std::vector<std::string>(),
-                                                       std::vector<std::string>{"out"},
-                                                       [&](const DataList&) { return deeper(); });
+  const auto filter = std::make_shared<FunctionFilter>(
+      "Deep", std::vector<std::string>(), std::vector<std::string>{"out"}, [&](const DataList&) { return deeper(); });
   int depth = 0;
   deeper = [&]
   {

@@ -48,9 +48,11 @@ TEST_F(NodeFilterTest, AppliesItsFilterOnceForAllConsumersAndDropsTheResultsAfte
 
 TEST_F(NodeFilterTest, ConsumersReadTheirOwnOutput)
 {
-  const auto filter = std::make_shared<FunctionFilter>(
-      "Three", std::vector<std::string>(), std::vector<std::string>{"a", "b", "c"},
-      [](const DataList&) { return DataList{makeData(10), makeData(20)}; });
+  const auto filter =
+      std::make_shared<FunctionFilter>("Three", std::vector<std::string>(), std::vector<std::string>{"a", "b", "c"},
+                                       [](const DataList&) {
+                                         return DataList{makeData(10), makeData(20)};
+                                       });
   const auto node = makeNode("n", filter);
   const std::vector<NodeSinkPtr> sinks{makeSink("a", *node, "a"), makeSink("b", *node, "b"), makeSink("c", *node, "c")};
   ASSERT_TRUE(makeProcess("p", sinks)->run(seconds(1)));
@@ -69,9 +71,9 @@ TEST_F(NodeFilterTest, AMissingRequiredInputEndsThePulling)
   const FunctionFilterPtr after = makeIncrement("After");
   const auto beforeNode = makeNode("before", before);
   const auto afterNode = makeNode("after", after);
-  const auto filter = std::make_shared<FunctionFilter>(
-      "Three", std::vector<std::string>{"?a", "b", "?c"}, std::vector<std::string>{"out"},
-      [](const DataList&) { return DataList{makeData(1)}; });
+  const auto filter = std::make_shared<FunctionFilter>("Three", std::vector<std::string>{"?a", "b", "?c"},
+                                                       std::vector<std::string>{"out"},
+                                                       [](const DataList&) { return DataList{makeData(1)}; });
   const auto node = makeNode("n", filter);
   node->keepReports(true);
   link(*given, *beforeNode);
@@ -98,13 +100,13 @@ TEST_F(NodeFilterTest, AMissingRequiredInputEndsThePulling)
 TEST_F(NodeFilterTest, AnOptionalInputMayBeNullAndADefaultFillsIn)
 {
   DataList seen;
-  const auto filter = std::make_shared<FunctionFilter>("F", std::vector<std::string>{"?a", "b"},
-                                                       std::vector<std::string>{"out"},
-                                                       [&](const DataList& inputs)
-                                                       {
-                                                         seen = inputs;
-                                                         return DataList{makeData(1)};
-                                                       });
+  const auto filter =
+      std::make_shared<FunctionFilter>("F", std::vector<std::string>{"?a", "b"}, std::vector<std::string>{"out"},
+                                       [&](const DataList& inputs)
+                                       {
+                                         seen = inputs;
+                                         return DataList{makeData(1)};
+                                       });
   filter->findInput("b")->setDefaultValue(makeData(5));
   const auto node = makeNode("n", filter);
   ASSERT_TRUE(makeProcess("p", {makeSink("sink", *node)})->run(seconds(1)));
@@ -120,10 +122,10 @@ TEST_F(NodeFilterTest, AnEmptyRequestAfterAPullDoesNothing)
   const FunctionFilterPtr shared = makeIncrement();
   const auto sharedNode = makeNode("shared", shared);
   link(*source, *sharedNode);
-  const auto skipping = makeNode(
-      "skipping", std::make_shared<FunctionFilter>("Skipping", std::vector<std::string>{"missing", "shared"},
-                                                   std::vector<std::string>{"out"},
-                                                   [](const DataList&) { return DataList(); }));
+  const auto skipping =
+      makeNode("skipping", std::make_shared<FunctionFilter>("Skipping", std::vector<std::string>{"missing", "shared"},
+                                                            std::vector<std::string>{"out"},
+                                                            [](const DataList&) { return DataList(); }));
   link(*sharedNode, "", *skipping, "shared");
   const NodeSinkPtr pulled = makeSink("a", *sharedNode);
   const NodeSinkPtr skipped = makeSink("b", *skipping);
@@ -145,14 +147,14 @@ TEST_F(NodeFilterTest, ReportsTellWhatBecameOfTheRun)
 {
   const NodeSourcePtr source = makeSource("s", makeData(1));
   bool give = true;
-  const auto filter = std::make_shared<FunctionFilter>(
-      "F", std::vector<std::string>{"in"}, std::vector<std::string>{"out"},
-      [&](const DataList&) -> DataList
-      {
-        if (give)
-          return {makeData(1)};
-        throw std::runtime_error("broken");
-      });
+  const auto filter =
+      std::make_shared<FunctionFilter>("F", std::vector<std::string>{"in"}, std::vector<std::string>{"out"},
+                                       [&](const DataList&) -> DataList
+                                       {
+                                         if (give)
+                                           return {makeData(1)};
+                                         throw std::runtime_error("broken");
+                                       });
   const auto node = makeNode("n", filter);
   link(*source, *node);
   const NodeSinkPtr first = makeSink("1", *node);
@@ -215,9 +217,8 @@ TEST_F(BrokenGraphTest, ANodeWithoutFilterGivesNothing)
   node->synchronize(seconds(1), Duration(), key, key, 0);
   EXPECT_EQ(node->requestData(key, key, 0, std::make_shared<Port>("foreign")), nullptr);
   node->synchronizeRelease(key, key, 0);
-  EXPECT_THAT(log.texts("filtrix.nodeFilter"),
-              ElementsAre("n->_synchronize(p): Filter node doesn't own a filter !",
-                          "n->_synchronizeRelease(p): Invalid release on process p"));
+  EXPECT_THAT(log.texts("filtrix.nodeFilter"), ElementsAre("n->_synchronize(p): Filter node doesn't own a filter !",
+                                                           "n->_synchronizeRelease(p): Invalid release on process p"));
 }
 
 TEST_F(BrokenGraphTest, AForeignPortFindsNoOutput)

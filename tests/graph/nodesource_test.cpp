@@ -76,6 +76,7 @@ TEST_F(SourceTest, AListenerThatThrowsDisturbsNobody)
   public:
     void fire(const DataPtr&) override { throw std::runtime_error("broken"); }
   };
+
   const NodeSourcePtr source = makeSource("s");
   const auto recorder = std::make_shared<Recorder>();
   source->addEvent(std::make_shared<Thrower>());
@@ -123,6 +124,7 @@ TEST_F(SourceTest, AUserSourceIsAskedOncePerRunWithItsTimeAndTolerance)
     DataPtr written;
     int questions = 0;
   };
+
   const auto user = std::make_shared<Asked>();
   SourceAdapter source(user);
   const auto recorder = std::make_shared<Recorder>();
@@ -157,7 +159,15 @@ TEST_F(SourceTest, ARetargetedAliasServesTheRunFromItsOldTargetAndTheNextFromIts
   EXPECT_EQ(one->getActiveScopes() + two->getActiveScopes(), 0U) << "the old target must not stay pinned";
   EXPECT_EQ(number(pull(alias, a)), 2);
 
+  const auto recorder = std::make_shared<Recorder>();
+  alias.addEvent(recorder);
+  one->setData(makeData(3));
   alias.setData(makeData(5));
+  ASSERT_TRUE(alias.setTarget(one));
+  two->setData(makeData(5));
+  one->setData(makeData(4));
+  EXPECT_THAT(recorder->values, ElementsAre(5, 4)) << "events hear the target of the moment";
+  ASSERT_TRUE(alias.setTarget(two));
   EXPECT_EQ(number(two->getSourceData(Time(), Duration())), 5);
   EXPECT_EQ(alias.getVersion(), two->getVersion());
   EXPECT_THAT(log.texts(), IsEmpty());

@@ -26,7 +26,7 @@ public:
   /// A "?" before an input's name makes it optional.
   FunctionFilter(std::string filterName, const std::vector<std::string>& inputNames,
                  const std::vector<std::string>& outputNames, Function function_)
-    : FilterPrimitive(std::move(filterName)), function(std::move(function_))
+      : FilterPrimitive(std::move(filterName)), function(std::move(function_))
   {
     for (const std::string& input : inputNames)
     {

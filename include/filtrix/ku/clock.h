@@ -21,8 +21,9 @@ public:
   [[nodiscard]] static time_point now() noexcept;
 };
 
-/// Stands in for the steady clock as long as it lives: time moves only when told to. Clocks may be nested; the innermost
-/// one is in force, and they end in the reverse order of their making. Thread-safe, but made and ended by one thread.
+/// Stands in for the steady clock as long as it lives: time moves only when told to. Clocks may be nested; the
+/// innermost one is in force, and they end in the reverse order of their making. Thread-safe, but made and ended by one
+/// thread.
 class ManualClock
 {
 public:

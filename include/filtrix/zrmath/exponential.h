@@ -11,8 +11,8 @@ class Transform;
 /// From velocities to motions and back: `exp` is the motion done in one second of a velocity that holds still in the
 /// moving body, `log` the velocity that does a motion in one second.
 ///
-///     pose = pose * exp(twist * seconds);                              // dead reckoning; the twist in the body's
-///     frame twist = log(poseBefore.inverse() * poseAfter) / seconds;         // and its undoing
+///     pose = pose * exp(twist * seconds);                       // dead reckoning, the twist in the body's frame,
+///     twist = log(poseBefore.inverse() * poseAfter) / seconds;  // and its undoing
 ///
 /// `log(exp(v))` is v up to half a turn, from where `log` gives the shorter way back. Both are good to about 1e-15 of
 /// the result, for turns of 1e-12 as well as next to pi; at pi itself, where two axes serve, `log` gives either of

@@ -16,6 +16,13 @@ template <typename T>
 concept LinearSpace = std::same_as<T, Position2D> || std::same_as<T, Position3D> || std::same_as<T, Velocity3D> ||
     std::same_as<T, Velocity6D>;
 
+/// Those whose members have one unit, so that there is a length.
+template <typename T>
+concept NormedSpace = LinearSpace<T> && requires(const T vector)
+{
+  vector.norm();
+};
+
 template <LinearSpace Vector>
 [[nodiscard]] constexpr Vector operator+(Vector a, const Vector& b)
 {
@@ -60,26 +67,14 @@ template <LinearSpace Vector>
 }
 
 /// The length of the straight line between the two, in their own unit.
-template <LinearSpace Vector>
-
-requires requires(const Vector v)
-{
-  v.norm();
-}
-
+template <NormedSpace Vector>
 [[nodiscard]] double distance(const Vector& a, const Vector& b)
 {
   return (a - b).norm();
 }
 
 /// True when the two are at most `tolerance` apart, in their own unit; NaN is near nothing.
-template <LinearSpace Vector>
-
-requires requires(const Vector v)
-{
-  v.norm();
-}
-
+template <NormedSpace Vector>
 [[nodiscard]] bool isNear(const Vector& a, const Vector& b, double tolerance)
 {
   return distance(a, b) <= tolerance;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <utility>
 
 namespace ku
 {
@@ -9,7 +10,11 @@ template <typename T>
 class Immortal
 {
 public:
-  Immortal() { std::construct_at(std::addressof(value)); }
+  template <typename... Args>
+  explicit Immortal(Args&&... args)
+  {
+    std::construct_at(std::addressof(value), std::forward<Args>(args)...);
+  }
 
   // Leaves the value alone: that is the point. Not defaulted, which for a union member would mean deleted.
   ~Immortal() {}  // NOLINT(modernize-use-equals-default)
@@ -18,6 +23,8 @@ public:
   Immortal& operator=(const Immortal&) = delete;
 
   T& operator*() noexcept { return value; }
+
+  const T& operator*() const noexcept { return value; }
 
 private:
   union

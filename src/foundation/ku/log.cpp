@@ -84,7 +84,7 @@ public:
       }
       catch (const std::invalid_argument& error)
       {
-        print(Level::Warning, "ku.log", fmt::format("FILTRIX_LOG is ignored: {}", error.what()));
+        _print(Level::Warning, "ku.log", fmt::format("FILTRIX_LOG is ignored: {}", error.what()));
       }
     }
     levels = initial;
@@ -114,7 +114,7 @@ public:
       silent = silent || capture->echo == Capture::Echo::No;
     }
     if (!silent)
-      print(level, category, text);
+      _print(level, category, text);
   }
 
   void setLevel(std::string_view category, Level level)
@@ -152,7 +152,7 @@ public:
   }
 
 private:
-  void print(Level level, std::string_view category, std::string_view text)
+  void _print(Level level, std::string_view category, std::string_view text)
   {
     sink.log({spdlog::source_loc{}, {category.data(), category.size()}, toSpdlog(level), {text.data(), text.size()}});
   }

@@ -20,12 +20,12 @@ std::optional<Level> toLevel(std::string_view text) noexcept
 
 Levels::Levels(std::string_view text)
 {
-  for (const std::string& item : ZR::Filtrix::splitList(text, ','))
+  for (const std::string_view item : ZR::Filtrix::splitList(text, ','))
   {
     const std::size_t sign = item.find('=');
-    const bool isDefault = sign == std::string::npos;
-    const auto category = ZR::Filtrix::trim(std::string_view(item).substr(0, isDefault ? 0 : sign));
-    const auto level = toLevel(ZR::Filtrix::trim(std::string_view(item).substr(isDefault ? 0 : sign + 1)));
+    const bool isDefault = sign == std::string_view::npos;
+    const auto category = ZR::Filtrix::trim(item.substr(0, isDefault ? 0 : sign));
+    const auto level = toLevel(ZR::Filtrix::trim(item.substr(isDefault ? 0 : sign + 1)));
     if (!level || (!isDefault && category.empty()))
       throw std::invalid_argument(
           fmt::format("\"{}\" is neither a level from 1 to 6 nor a category and one, as in \"filtrix.port=5\"", item));

@@ -17,9 +17,9 @@ std::size_t pastString(std::string_view text, std::size_t open) noexcept
 
 std::string_view trim(std::string_view text) noexcept
 {
-  const std::size_t first = text.find_first_not_of(blanks);
-  if (first == std::string_view::npos)
-    return {};
+  const std::size_t first = std::min(text.find_first_not_of(blanks), text.size());
+  if (first == text.size())
+    return text.substr(first);
   return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
@@ -35,24 +35,26 @@ std::size_t skipString(std::string_view text, std::size_t open) noexcept
   return text.size();
 }
 
-std::string removeComments(std::string_view text, char mark)
+std::string removeComments(std::string_view text, char mark, std::vector<KeptText>* kept)
 {
-  std::string kept;
-  kept.reserve(text.size());
+  std::string rest;
+  rest.reserve(text.size());
   std::size_t at = 0;
   while (at < text.size())
   {
     const std::size_t comment = std::min(text.find(mark, at), text.size());
-    kept.append(text.substr(at, comment - at));
+    if (kept != nullptr)
+      kept->push_back({rest.size(), at});
+    rest.append(text.substr(at, comment - at));
     const std::size_t lineEnd = std::min(text.find_first_of("\n\r", comment), text.size());
     at = lineEnd + 1;
   }
-  return kept;
+  return rest;
 }
 
-std::vector<std::string> splitBlocks(std::string_view text, char open, char close)
+std::vector<std::string_view> splitBlocks(std::string_view text, char open, char close)
 {
-  std::vector<std::string> pieces;
+  std::vector<std::string_view> pieces;
   std::size_t start = 0;  // where the header or the block being read began
   std::size_t depth = 0;  // 0 outside a block, 1 in it, more in the blocks within
   for (std::size_t at = 0; at < text.size();)
@@ -91,9 +93,9 @@ std::vector<std::string> splitBlocks(std::string_view text, char open, char clos
   return pieces;
 }
 
-std::vector<std::string> splitList(std::string_view text, char separator)
+std::vector<std::string_view> splitList(std::string_view text, char separator)
 {
-  std::vector<std::string> items;
+  std::vector<std::string_view> items;
   std::size_t start = 0;
   const auto endItem = [&](std::size_t end)
   {
@@ -117,17 +119,17 @@ std::vector<std::string> splitList(std::string_view text, char separator)
   return items;
 }
 
-std::pair<std::string, std::string> splitOnce(std::string_view text, std::string_view separator)
+std::pair<std::string_view, std::string_view> splitOnce(std::string_view text, std::string_view separator)
 {
   const std::size_t at = text.find(separator);
   if (at == std::string_view::npos)
-    return {std::string(text), {}};
-  return {std::string(trim(text.substr(0, at))), std::string(trim(text.substr(at + separator.size())))};
+    return {text, text.substr(text.size())};
+  return {trim(text.substr(0, at)), trim(text.substr(at + separator.size()))};
 }
 
-std::vector<std::string> splitWords(std::string_view text)
+std::vector<std::string_view> splitWords(std::string_view text)
 {
-  std::vector<std::string> words;
+  std::vector<std::string_view> words;
   std::size_t at = text.find_first_not_of(" \t\n\r\v\f");
   while (at != std::string_view::npos)
   {

@@ -6,7 +6,7 @@ namespace ZR::Filtrix
 {
 namespace
 {
-using Strings = std::vector<std::string>;
+using Strings = std::vector<std::string_view>;
 
 TEST(RemoveComments, JoinsTheLineToTheNextOneAndKnowsNothingOfQuotes)
 {
@@ -51,8 +51,8 @@ TEST(SplitList, DropsEmptyItemsAndLetsOnlyQuotesProtect)
 
 TEST(SplitOnce, TrimsBothSidesUnlessThereIsNoSeparator)
 {
-  EXPECT_EQ(splitOnce(" a -> b -> c ", "->"), std::make_pair(std::string("a"), std::string("b -> c")));
-  EXPECT_EQ(splitOnce(" a ", "->"), std::make_pair(std::string(" a "), std::string()));
+  EXPECT_EQ(splitOnce(" a -> b -> c ", "->"), std::make_pair(std::string_view("a"), std::string_view("b -> c")));
+  EXPECT_EQ(splitOnce(" a ", "->"), std::make_pair(std::string_view(" a "), std::string_view()));
 }
 
 TEST(Trim, KnowsFourKindsOfWhiteSpace)

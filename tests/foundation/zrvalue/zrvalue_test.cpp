@@ -183,6 +183,9 @@ TEST(ZRValue, MayBeGivenToItself)
   EXPECT_EQ(value, ZRValue::array("inner"));
   value = value.at(0);
   EXPECT_EQ(value, "inner");
+  ZRValue number = ZRValue::array(43);
+  number = number.at(0);
+  EXPECT_EQ(number, 43);
   ZRValue& alias = value;
   value = std::move(alias);
   EXPECT_EQ(value, "inner");
@@ -217,6 +220,7 @@ TEST(ZRValue, CopiesMayBeChangedOnManyThreads)
   std::latch start(threads);
   {
     std::vector<std::jthread> workers;
+    workers.reserve(threads);
     for (ZRValue& copy : copies)
       workers.emplace_back(
           [&start, &copy]
