@@ -105,7 +105,7 @@ public:
   }
 
   /// Waits for the value. Throws what the maker threw, `FutureCancelled`, or after `patience` `FutureTimeout`.
-  T value(std::optional<std::chrono::milliseconds> patience = std::nullopt) const
+  [[nodiscard]] T value(std::optional<std::chrono::milliseconds> patience = std::nullopt) const
   {
     shared->demandValue(patience);
     if constexpr (!std::is_void_v<T>)
@@ -251,7 +251,7 @@ template <typename Make>
   };
   using Result = std::invoke_result_t<decltype(call), Make&, const CancelRequest&>;
   const auto promise = std::make_shared<Promise<Result>>();
-  const auto future = promise->future();
+  auto future = promise->future();
   detail::post(
       [promise, call, function = std::make_shared<Make>(std::move(make))]
       {

@@ -17,10 +17,11 @@ namespace ku
 /// What a call throws is logged, at level Error under "ku.periodictask" with the task's name, and the task goes on. The
 /// same text again is logged every 10 s at most, another one every second.
 ///
-/// Periods are on `Clock`, so a `ManualClock` drives the tasks that are started under it: advance it and wait with
-/// `waitForRuns`. When `waitForRuns` returns, the next call's time is set, so that no step of the clock is lost. A step
-/// over several periods makes one call. Stop the tasks before the manual clock ends; one that lives through a change of
-/// clocks is called once at once and goes on in the time of the new clock.
+/// Periods are on `Clock`, so a `ManualClock` drives the tasks that are started under it. Each step has three parts:
+/// `waitForRuns`, after which the time of the next call is set; `ManualClock::waitForSleepers(1)`, for the timer, which
+/// is one thread for all tasks and sleeps while it has a call to wait for; and `advance`. A step over several periods
+/// makes one call. Stop the tasks before the manual clock ends; one that lives through a change of clocks is called
+/// once at once and goes on in the time of the new clock.
 ///
 /// Thread-safe.
 class PeriodicTask

@@ -28,7 +28,7 @@ Levels::Levels(std::string_view text)
     const auto level = toLevel(ZR::Filtrix::trim(item.substr(isDefault ? 0 : sign + 1)));
     if (!level || (!isDefault && category.empty()))
       throw std::invalid_argument(
-          fmt::format("\"{}\" is neither a level from 1 to 6 nor a category and one, as in \"filtrix.port=5\"", item));
+          fmt::format(R"("{}" is neither a level from 1 to 6 nor a category and one, as in "filtrix.port=5")", item));
     set(category, *level);
   }
 }

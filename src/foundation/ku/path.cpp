@@ -78,10 +78,10 @@ private:
 };
 
 // A variable that is set to nothing counts as not set.
-std::string variable(const char* name, std::string otherwise)
+std::string variable(const char* name, const std::string& otherwise)
 {
   const auto value = os::getenv(name);
-  return value && !value->empty() ? *value : std::move(otherwise);
+  return value && !value->empty() ? *value : otherwise;
 }
 
 // The share folders that belong to this very build: of its source tree or of its prefixes. Fixed once the program runs.

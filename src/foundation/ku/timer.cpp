@@ -7,9 +7,25 @@
 
 #include <algorithm>
 #include <exception>
+#include <limits>
 
 namespace ku
 {
+namespace
+{
+void perform(const Timer::Action& action)
+{
+  try
+  {
+    action();
+  }
+  catch (const std::exception& error)
+  {
+    log::error("ku.timer", "what was due could not be done: {}", error.what());
+  }
+}
+}  // namespace
+
 Timer::Timer()
     : thread(
           [this]
@@ -80,24 +96,15 @@ void Timer::_run()
 
 void Timer::_doUpTo(Clock::time_point time)
 {
-  for (;;)
+  // Taken all at once: what is planned meanwhile may be in the time of another clock.
+  std::map<Ticket, Action> due;
   {
-    Action action;
-    {
-      const std::lock_guard lock(mutex);
-      if (planned.empty() || planned.begin()->first.first > time)
-        return;
-      action = std::move(planned.begin()->second);
-      planned.erase(planned.begin());
-    }
-    try
-    {
-      action();
-    }
-    catch (const std::exception& error)
-    {
-      log::error("ku.timer", "what was due could not be done: {}", error.what());
-    }
+    const std::lock_guard lock(mutex);
+    const auto end = planned.upper_bound({time, std::numeric_limits<std::uint64_t>::max()});
+    while (planned.begin() != end)
+      due.insert(due.end(), planned.extract(planned.begin()));
   }
+  for (const auto& [ticket, action] : due)
+    perform(action);
 }
 }  // namespace ku

@@ -14,6 +14,9 @@ namespace ku
 {
 /// Does things at given times on the clock in force. One thread, which sleeps on an `Alarm` while something is planned
 /// and does not count as a sleeper otherwise. Thread-safe.
+///
+/// A step of a `ManualClock` that comes after the look at the clock and before the sleep is felt at the next step only:
+/// wait for the sleeper before each step.
 class Timer
 {
 public:

@@ -10,7 +10,6 @@ namespace ku
 {
 namespace
 {
-using testing::ElementsAre;
 using ZR::ZRValue;
 using Arguments = DynamicObject::Arguments;
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "filtrix/ku/os.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -7,8 +9,6 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
-
-#include "filtrix/ku/os.h"
 
 namespace ku
 {
@@ -35,10 +35,11 @@ public:
 
   [[nodiscard]] const std::filesystem::path& path() const { return folder; }
 
-  /// Writes a file, and the folders that lead to it.
+  /// Writes a file, and the folders that lead to it, and tells where it is.
+  // NOLINTNEXTLINE(modernize-use-nodiscard): most tests know the place
   std::filesystem::path write(const std::filesystem::path& name, std::string_view content = "content") const
   {
-    const std::filesystem::path file = folder / name;
+    std::filesystem::path file = folder / name;
     std::filesystem::create_directories(file.parent_path());
     if (std::fwrite(content.data(), 1, content.size(), os::fopen(file, "w").get()) != content.size())
       throw std::runtime_error("cannot write " + file.string());

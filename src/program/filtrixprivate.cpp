@@ -1,0 +1,398 @@
+// The processes' side of the registry: looking them up, switching, re-rating, renaming and deleting them, reading
+// sinks.
+
+#include "program/filtrixprivate.h"
+
+#include "filtrix/ku/log.h"
+#include "foundation/text/split.h"
+#include "graph/nodeprocesssource.h"
+#include "program/parser.h"
+#include "program/programloader.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <set>
+#include <stdexcept>
+
+namespace ZR::Filtrix
+{
+namespace
+{
+constexpr const char* category = "filtrix.private";
+
+/// What the sinks are called that only an aggregation reads.
+constexpr std::string_view anonymousPrefix = "___Anonymous";
+
+[[noreturn]] void logAndThrow(const std::string& text)
+{
+  ku::log::write(ku::log::Level::Error, category, text);
+  throw std::runtime_error(text);
+}
+
+template <typename Map>
+std::vector<std::string> namesOf(const Map& map)
+{
+  std::vector<std::string> names;
+  for (const auto& [name, object] : map)
+  {
+    if (!name.starts_with(anonymousPrefix))
+      names.push_back(name);
+  }
+  return names;
+}
+
+// The names of the processes that a source reads.
+std::vector<std::string> dependenciesOf(const NodeSourcePtr& source)
+{
+  const auto* const alias = dynamic_cast<const NodeSourceAlias*>(source.get());
+  if (alias == nullptr)
+    return source->getDependencies();
+  const NodeSourcePtr target = alias->getTarget();
+  return target ? target->getDependencies() : std::vector<std::string>();
+}
+}  // namespace
+
+FiltrixPrivate::FiltrixPrivate(std::uint32_t threadCount) : scheduler(std::make_shared<Scheduler>(*this, threadCount))
+{
+}
+
+FiltrixPrivate::~FiltrixPrivate()
+{
+  scheduler->stop();
+}
+
+bool FiltrixPrivate::loadProgram(std::string_view program, const std::string& basePath)
+{
+  return Parser(*this).loadProgram(program, "program", basePath);
+}
+
+bool FiltrixPrivate::loadProgramFromFile(std::string_view path)
+{
+  return ProgramLoader(*this).loadFile(path);
+}
+
+bool FiltrixPrivate::deleteProcess(const std::string& name)
+{
+  ProcessPtr deleted;
+  {
+    const std::lock_guard lock(processMutex);
+    const auto entry = processes.find(name);
+    if (entry != processes.end())
+    {
+      deleted = entry->second;
+      processes.erase(entry);
+    }
+  }
+  if (!deleted)
+  {
+    ku::log::error(category, "Can't delete process \"{}\": process unknown.", name);
+    return false;
+  }
+  // Those that still read its sinks hold it; they find it switched off and read nothing.
+  deleted->setEnable(false);
+  deleted->setZombie(false);
+  memoryManager.clearProcess(deleted->getKey());
+  _rebindSources();
+  _updateZombies(true);
+  scheduler->rebuildJobs();
+  return true;
+}
+
+bool FiltrixPrivate::renameProcess(const std::string& name, const std::string& newName)
+{
+  const std::lock_guard lock(processMutex);
+  const auto entry = processes.find(name);
+  if (entry == processes.end())
+  {
+    ku::log::error(category, "Can't rename the process \"{}\": process unknown.", name);
+    return false;
+  }
+  if (processes.contains(newName) || newName.size() > Limits::nameBytes)
+  {
+    ku::log::error(category, "Can't rename the process \"{}\": \"{}\" is already in use or longer than {} bytes.", name,
+                   newName.substr(0, Limits::nameBytes), Limits::nameBytes);
+    return false;
+  }
+  const ProcessPtr process = entry->second;
+  const ProcessKey oldKey = process->getKey();
+  process->rename(newName);
+  memoryManager.renameProcess(oldKey, process->getKey());
+  processes.erase(entry);
+  processes.emplace(newName, process);
+  for (const auto& [otherName, other] : processes)
+  {
+    for (const auto& [sourceName, source] : other->getSources())
+      source->renameDependency(name, newName);
+  }
+  const std::lock_guard sourceLock(sourceMutex);
+  for (const auto& [sourceName, source] : sources)
+    source->renameDependency(name, newName);
+  return true;
+}
+
+bool FiltrixPrivate::enableProcess(const std::string& name)
+{
+  return _setEnable(name, true, "Can't enable process \"{}\": process unknown.");
+}
+
+bool FiltrixPrivate::disableProcess(const std::string& name)
+{
+  return _setEnable(name, false, "Can't disable process \"{}\": process unknown.");
+}
+
+bool FiltrixPrivate::_setEnable(const std::string& name, bool on, std::string_view failure)
+{
+  const ProcessPtr process = _processOrLog(name, failure);
+  if (!process)
+    return false;
+  process->setEnable(on);
+  _updateZombies(true);
+  scheduler->rebuildJobs();
+  return true;
+}
+
+bool FiltrixPrivate::resetProcess(const std::string& name)
+{
+  const ProcessPtr process = _processOrLog(name, "Process \"{}\" does not exist.");
+  if (!process)
+    return false;
+  process->reset();
+  return memoryManager.clearProcess(process->getKey());
+}
+
+std::vector<std::string> FiltrixPrivate::getProcesses() const
+{
+  const std::lock_guard lock(processMutex);
+  std::vector<std::string> names;
+  for (const auto& [name, process] : processes)
+    names.push_back(name);
+  return names;
+}
+
+bool FiltrixPrivate::isProcess(const std::string& name) const
+{
+  return _findProcess(name) != nullptr;
+}
+
+bool FiltrixPrivate::isProcessEnable(const std::string& name) const
+{
+  const ProcessPtr process = _processOrLog(name, "Can't test if process \"{}\" is enable: process unknown.");
+  return process && process->isEnable();
+}
+
+bool FiltrixPrivate::isProcessZombie(const std::string& name) const
+{
+  const ProcessPtr process = _processOrLog(name, "Can't test if process \"{}\" is zombie: process unknown.");
+  return process && process->isZombie();
+}
+
+std::string FiltrixPrivate::getProcessDescription(const std::string& name) const
+{
+  const ProcessPtr process = _processOrLog(name, "Can't get description of the process \"{}\": process unknown");
+  return process ? process->getDescription() : std::string();
+}
+
+bool FiltrixPrivate::setProcessDescription(const std::string& name, const std::string& text)
+{
+  const ProcessPtr process = _processOrLog(name, "Can't set description for the process \"{}\": process unknown.");
+  if (process)
+    process->setDescription(text);
+  return process != nullptr;
+}
+
+std::vector<std::string> FiltrixPrivate::getProcessSources(const std::string& name) const
+{
+  const ProcessPtr process = _processOrLog(name, "Can't get sources of the process \"{}\": process unknown.");
+  return process ? namesOf(process->getSources()) : std::vector<std::string>();
+}
+
+std::vector<std::string> FiltrixPrivate::getProcessSinks(const std::string& name) const
+{
+  const ProcessPtr process = _processOrLog(name, "Can't get sinks of the process \"{}\": process unknown.");
+  return process ? namesOf(process->getSinks()) : std::vector<std::string>();
+}
+
+std::vector<std::string> FiltrixPrivate::getProcessAggregatedSinks(const std::string& name) const
+{
+  const ProcessPtr process = _processOrLog(name, "Can't get aggregated sinks of the process \"{}\": process unknown.");
+  return process ? namesOf(process->getAggregatedSinks()) : std::vector<std::string>();
+}
+
+std::uint32_t FiltrixPrivate::getProcessPriority(const std::string& name) const
+{
+  const ProcessPtr process = _processOrLog(name, "Can't get priority of the process \"{}\": process unknown.");
+  return process ? process->getPriority() : 0;
+}
+
+bool FiltrixPrivate::setProcessPriority(const std::string& name, std::uint32_t priority)
+{
+  const ProcessPtr process = _processOrLog(name, "Can't set priority for the process \"{}\": process unknown.");
+  if (!process)
+    return false;
+  process->setPriority(priority);
+  scheduler->rebuildJobs();
+  return true;
+}
+
+float FiltrixPrivate::getProcessFrequency(const std::string& name) const
+{
+  const ProcessPtr process = _processOrLog(name, "Can't get frequency of the process \"{}\": process unknown.");
+  return process ? process->getFrequency() : 0.0F;
+}
+
+bool FiltrixPrivate::setProcessFrequency(const std::string& name, float frequency)
+{
+  const ProcessPtr process = _processOrLog(name, "Can't set frequency for the process \"{}\": process unknown.");
+  if (process)
+    process->setFrequency(frequency);
+  return process != nullptr;
+}
+
+Duration FiltrixPrivate::getProcessTolerance(const std::string& name) const
+{
+  // In the words of the setter: callers know the text as it is.
+  const ProcessPtr process = _processOrLog(name, "Can't set tolerance for the process \"{}\": process unknown.");
+  return process ? process->getTolerance() : Duration();
+}
+
+bool FiltrixPrivate::setProcessTolerance(const std::string& name, Duration tolerance)
+{
+  const ProcessPtr process = _processOrLog(name, "Can't set tolerance for the process \"{}\": process unknown.");
+  if (process)
+    process->setTolerance(tolerance);
+  return process != nullptr;
+}
+
+DataPtr FiltrixPrivate::getData(const std::string& sink)
+{
+  const auto [process, sinkName] = _sinkOrThrow(sink, "Can't get data(\"");
+  return process->getData(sinkName, Time::now());
+}
+
+DataPtr FiltrixPrivate::getLastData(const std::string& sink) const
+{
+  const auto [process, sinkName] = _sinkOrThrow(sink, "Can't get last data(\"");
+  return process->getLastData(sinkName);
+}
+
+std::pair<ProcessPtr, std::string> FiltrixPrivate::_sinkOrThrow(const std::string& sink,
+                                                                std::string_view operation) const
+{
+  // Both operations complain of a malformed name in the words of the second one.
+  if (sink.find(':') == std::string::npos)
+    logAndThrow(fmt::format("Can't get last data(\"{}\"):the sink is not correctly formated (\"process:sink\" "
+                            "expected).",
+                            sink));
+  const auto [processName, sinkName] = splitOnce(sink, ":");
+  ProcessPtr process = _findProcess(std::string(processName));
+  if (!process)
+    logAndThrow(fmt::format("{}{}\"):the process \"{}\" does not exist.", operation, sink, processName));
+  return {std::move(process), std::string(sinkName)};
+}
+
+bool FiltrixPrivate::startScheduler()
+{
+  return scheduler->start();
+}
+
+bool FiltrixPrivate::stopScheduler()
+{
+  return scheduler->stop();
+}
+
+std::vector<std::string> FiltrixPrivate::getScheduledJobs() const
+{
+  std::vector<std::string> names;
+  for (const ProcessPtr& process : scheduler->getCycle())
+    names.push_back(process->getName());
+  return names;
+}
+
+void FiltrixPrivate::forEachProcess(const std::function<void(const ProcessPtr&)>& visit) const
+{
+  const std::lock_guard lock(processMutex);
+  for (const auto& [name, process] : processes)
+    visit(process);
+}
+
+bool FiltrixPrivate::isRegistered(const std::string& processName) const
+{
+  const std::lock_guard lock(processMutex);
+  return processes.contains(processName);
+}
+
+ProcessPtr FiltrixPrivate::_findProcess(const std::string& name) const
+{
+  const std::lock_guard lock(processMutex);
+  const auto entry = processes.find(name);
+  return entry != processes.end() ? entry->second : nullptr;
+}
+
+ProcessPtr FiltrixPrivate::_processOrLog(const std::string& name, std::string_view failure) const
+{
+  ProcessPtr process = _findProcess(name);
+  if (!process)
+    ku::log::write(ku::log::Level::Error, category, fmt::format(fmt::runtime(failure), name));
+  return process;
+}
+
+// A disabled process stays live as long as a live one reads one of its sinks, at whatever distance.
+void FiltrixPrivate::_updateZombies(bool clear)
+{
+  const std::lock_guard lock(processMutex);
+  if (clear)
+  {
+    for (const auto& [name, process] : processes)
+      process->setZombie(false);
+  }
+  std::set<const Process*> seen;
+  bool changed = true;
+  while (changed)
+  {
+    changed = false;
+    for (const auto& [name, process] : processes)
+    {
+      if (!process->isLive() || !seen.insert(process.get()).second)
+        continue;
+      changed = true;
+      for (const auto& [sourceName, source] : process->getSources())
+      {
+        for (const std::string& dependency : dependenciesOf(source))
+        {
+          const auto read = processes.find(dependency);
+          if (read != processes.end() && !read->second->isLive())
+            read->second->setZombie(true);
+        }
+      }
+    }
+  }
+}
+
+// Which sources and aliases some process reads.
+void FiltrixPrivate::_rebindSources()
+{
+  const std::scoped_lock lock(processMutex, sourceMutex, aliasMutex);
+  std::set<const NodeSource*> read;
+  for (const auto& [name, process] : processes)
+  {
+    for (const auto& [sourceName, source] : process->getSources())
+    {
+      read.insert(source.get());
+      if (const auto* const alias = dynamic_cast<const NodeSourceAlias*>(source.get()))
+        read.insert(alias->getTarget().get());
+    }
+  }
+  boundSources.clear();
+  for (const auto& [name, source] : sources)
+  {
+    if (read.contains(source.get()))
+      boundSources.emplace(name, source);
+  }
+  for (const auto& [name, alias] : aliases)
+  {
+    if (read.contains(alias.get()))
+      boundSources.emplace(name, alias);
+  }
+}
+}  // namespace ZR::Filtrix
