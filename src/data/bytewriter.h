@@ -36,8 +36,11 @@ public:
 
   void raw(const void* data, std::size_t size)
   {
-    const auto* const first = static_cast<const std::byte*>(data);
-    bytes.insert(bytes.end(), first, first + size);
+    if (size == 0)
+      return;
+    const std::size_t at = bytes.size();
+    bytes.resize(at + size);
+    std::memcpy(bytes.data() + at, data, size);
   }
 
   std::vector<std::byte> bytes;
