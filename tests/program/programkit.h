@@ -5,6 +5,8 @@
 #include "program/parser.h"
 #include "support/graphkit.h"
 
+#include <fmt/format.h>
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -37,7 +39,7 @@ inline std::vector<std::string> complaints(const ku::log::Capture& log)
   for (const auto& [level, category, text] : log.entries())
   {
     if (level <= ku::log::Level::Warning)
-      lines.push_back(std::to_string(static_cast<int>(level)) + " " + category + ": " + text);
+      lines.push_back(fmt::format("{} {}: {}", static_cast<int>(level), category, text));
   }
   return lines;
 }
