@@ -59,8 +59,8 @@ TEST(ThreadPool, GrowsWhileAllThreadsAreBlockedAndShrinksAgain)
 
   // By the time that another pool has grown further at the same pace, this one would have too.
   {
-    ThreadPool wider({.base = 1, .most = 8, .patience = 1ms});
     std::latch eightBegun(8);
+    ThreadPool wider({.base = 1, .most = 8, .patience = 1ms});
     for (int i = 0; i < 8; ++i)
       wider.post([&] { eightBegun.arrive_and_wait(); });
   }
