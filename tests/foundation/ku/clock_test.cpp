@@ -11,6 +11,17 @@ namespace
 {
 using namespace std::chrono_literals;
 
+TEST(Clock, NeverGoesBack)
+{
+  Clock::time_point last = Clock::now();
+  for (int i = 0; i < 1000; ++i)
+  {
+    const Clock::time_point now = Clock::now();
+    ASSERT_LE(last, now);
+    last = now;
+  }
+}
+
 TEST(ManualClock, StandsStillUntilToldToMove)
 {
   ManualClock clock(5s);

@@ -103,6 +103,23 @@ TEST(Async, CanBeCancelledUnderWay)
   EXPECT_EQ(future.state(), FutureState::Cancelled);
 }
 
+TEST(Async, FinishesWhateverTheRequestWhenItDoesNotListen)
+{
+  std::latch begun(1);
+  std::latch go(1);
+  const auto future = async(
+      [&]
+      {
+        begun.count_down();
+        go.wait();
+        return 5;
+      });
+  begun.wait();
+  future.cancel();
+  go.count_down();
+  EXPECT_EQ(future.value(10s), 5);
+}
+
 // Each waits for the next: a pool that did not grow would stand still at its second thread.
 TEST(Async, MayWaitForOneAnother)
 {

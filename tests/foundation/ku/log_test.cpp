@@ -40,6 +40,15 @@ TEST_F(LogTest, GathersTheLinesThatACaptureLetsThrough)
   EXPECT_THAT(all.texts("filtrix"), ElementsAre("two\nlines", "{}"));
 }
 
+TEST_F(LogTest, ForgetsWhatWasCleared)
+{
+  Capture capture;
+  error("filtrix", "before");
+  capture.clear();
+  error("filtrix", "after");
+  EXPECT_THAT(capture.texts(), ElementsAre("after"));
+}
+
 TEST_F(LogTest, TakesTheLevelOfTheNearestCategoryAbove)
 {
   setLevel("filtrix", Level::Error);

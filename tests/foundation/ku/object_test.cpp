@@ -67,7 +67,7 @@ INSTANTIATE_TEST_SUITE_P(
                     FitCase{"FlatListIsNoListOfLists", ValueType::listOf(floats), ZRValue::array(1.0F), Fit::None, {}}),
     [](const auto& row) { return std::string(row.param.name); });
 
-TEST(DynamicObject, TakesAndReturnsTheDeclaredTypes)
+TEST(DynamicObject, HandsTheArgumentsOverInTheDeclaredTypes)
 {
   DynamicObject object("ZRFiltrix");
   object.advertise({"setProcessFrequency",
@@ -76,9 +76,6 @@ TEST(DynamicObject, TakesAndReturnsTheDeclaredTypes)
                    [](const Arguments& arguments)
                    { return ZRValue::array(arguments.at(0).asString(), arguments.at(1).asFloat()); });
   EXPECT_EQ(object.call("setProcessFrequency", {"people", 15}), ZRValue::array("people", 15.0F));
-
-  object.advertise({"getRobotHeightOffset", {}, ValueType::Float}, [](const Arguments&) -> ZRValue { return 1; });
-  EXPECT_EQ(object.call("getRobotHeightOffset"), 1.0F);
 }
 
 TEST(DynamicObject, CallsTheOverloadThatFitsBest)

@@ -78,14 +78,13 @@ TEST_P(PaceTest, BeginsCallsOnTime)
 
 INSTANTIATE_TEST_SUITE_P(
     Periods, PaceTest,
-    testing::Values(
-        PaceCase{"APauseBetweenCalls", false, true, {3ms, 0ms, 12ms, 3ms}, {0ms, 13ms, 23ms, 45ms}},
-        PaceCase{"APeriodFromBeginToBegin", true, true, {3ms, 0ms, 9ms, 3ms}, {0ms, 10ms, 20ms, 30ms}},
-        PaceCase{
-            "ATooLongCallIsFollowedAtOnce", true, true, {3ms, 12ms, 12ms, 3ms, 3ms}, {0ms, 10ms, 22ms, 34ms, 44ms}},
-        PaceCase{"APeriodBeforeTheFirst", false, false, {3ms, 0ms}, {10ms, 23ms}},
-        PaceCase{"AStepOverSeveralPeriodsIsOneCall", true, true, {0ms, 0ms, 0ms}, {0ms, 95ms, 105ms}},
-        PaceCase{"SmallDelaysDoNotAddUp", true, true, {0ms, 0ms, 0ms}, {0ms, 14ms, 20ms}}),
+    testing::Values(PaceCase{"APauseBetweenCalls", false, true, {3ms, 0ms, 12ms, 3ms}, {0ms, 13ms, 23ms, 45ms}},
+                    PaceCase{"APeriodFromBeginToBegin", true, true, {3ms, 0ms, 9ms, 3ms}, {0ms, 10ms, 20ms, 30ms}},
+                    PaceCase{
+                        "ATooLongCallIsFollowedAtOnce", true, true, {3ms, 12ms, 12ms, 3ms}, {0ms, 10ms, 22ms, 34ms}},
+                    PaceCase{"APeriodBeforeTheFirst", false, false, {3ms, 0ms}, {10ms, 23ms}},
+                    PaceCase{"AStepOverSeveralPeriodsIsOneCall", true, true, {0ms, 0ms, 0ms}, {0ms, 95ms, 105ms}},
+                    PaceCase{"SmallDelaysDoNotAddUp", true, true, {0ms, 0ms, 0ms}, {0ms, 14ms, 20ms}}),
     [](const auto& row) { return std::string(row.param.name); });
 
 TEST(PeriodicTask, SaysWhatIsMissingOrWrong)

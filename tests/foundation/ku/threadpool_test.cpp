@@ -36,6 +36,11 @@ TEST(ThreadPool, RunsAllThatWasPostedBeforeItEnds)
   EXPECT_EQ(done, 100);
 }
 
+TEST(ThreadPool, StartsNoThreadBeforeTheFirstJob)
+{
+  EXPECT_EQ(ThreadPool().size(), 0u);
+}
+
 TEST(ThreadPool, GrowsWhileAllThreadsAreBlockedAndShrinksAgain)
 {
   ThreadPool pool({.base = 1, .most = 3, .patience = 1ms, .idle = 1ms});
@@ -56,14 +61,6 @@ TEST(ThreadPool, GrowsWhileAllThreadsAreBlockedAndShrinksAgain)
           allEnded.count_down();
         });
   threeBegun.wait();
-
-  // By the time that another pool has grown further at the same pace, this one would have too.
-  {
-    std::latch eightBegun(8);
-    ThreadPool wider({.base = 1, .most = 8, .patience = 1ms});
-    for (int i = 0; i < 8; ++i)
-      wider.post([&] { eightBegun.arrive_and_wait(); });
-  }
   EXPECT_EQ(pool.size(), 3u);
   go.count_down();
   allEnded.wait();
@@ -87,15 +84,22 @@ TEST(ThreadPool, OutlivesWhatItsJobsThrow)
               testing::ElementsAre("a job failed: broken lens", "a job failed: it threw what is no std::exception"));
 }
 
-// What a job holds ends with it, and may be the last owner of something that needs the pool to end.
-TEST(ThreadPool, MayBeUsedByTheEndOfAJob)
+TEST(ThreadPool, LetsGoOfAJobBeforeTheNextOne)
 {
-  std::latch ended(1);
+  auto held = std::make_shared<int>(1);
+  const std::weak_ptr<int> watch = held;
   ThreadPool pool({.base = 1, .most = 1});
-  std::shared_ptr<void> held(nullptr, [&](void*) { pool.post([&] { ended.count_down(); }); });
+  std::latch next(1);
+  bool isGone = false;
   pool.post([held = std::move(held)] {});
-  ended.wait();
+  pool.post(
+      [&]
+      {
+        isGone = watch.expired();
+        next.count_down();
+      });
+  next.wait();
+  EXPECT_TRUE(isGone);
 }
-
 }  // namespace
 }  // namespace ku
