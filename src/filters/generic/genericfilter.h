@@ -1,0 +1,51 @@
+#pragma once
+
+#include "filters/generic/genericfilters.h"
+#include "filtrix/data.h"
+#include "graph/filterprimitive.h"
+
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace ZR::Filtrix::Filters
+{
+/// What the filters of the generic library share: ports declared in one line each, and a description for users. An
+/// empty result of `applyFilter` means that the inputs were not all there or not of the filter's types; the run goes
+/// on.
+class GenericFilter : public FilterPrimitive
+{
+public:
+  GenericFilter(std::string name, std::string_view description_)
+      : FilterPrimitive(std::move(name)), description(description_)
+  {
+  }
+
+  [[nodiscard]] std::string getDescription() const override { return description; }
+
+protected:
+  using Types = std::initializer_list<TypeTag>;
+
+  /// A port without types takes every value.
+  void input(const std::string& name, Types types = {}) { declare(*addInput(name), types); }
+
+  void optionalInput(const std::string& name, Types types = {})
+  {
+    const PortPtr port = addInput(name);
+    declare(*port, types);
+    port->setOptional(true);
+  }
+
+  void output(const std::string& name, Types types = {}) { declare(*addOutput(name), types); }
+
+private:
+  static void declare(Port& port, Types types)
+  {
+    for (const TypeTag type : types)
+      port.addType(type);
+  }
+
+  const std::string description;
+};
+}  // namespace ZR::Filtrix::Filters
