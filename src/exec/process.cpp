@@ -31,6 +31,7 @@ public:
   RunGuard(Process& process_, const ProcessKey& runKey_) : process(process_), runKey(runKey_)
   {
     process.runner.store(std::this_thread::get_id(), std::memory_order_relaxed);
+    start = ku::Clock::now();
   }
 
   RunGuard(const RunGuard&) = delete;
@@ -39,6 +40,8 @@ public:
   ~RunGuard()
   {
     process.runner.store(std::thread::id(), std::memory_order_relaxed);
+    process.statistics.addRun(start, ku::Clock::now() - start,
+                              complete ? RunStatistics::Outcome::Done : RunStatistics::Outcome::Failed);
     if (complete)
       return;
     process.failedKey = runKey;
@@ -50,6 +53,7 @@ public:
 private:
   Process& process;
   const ProcessKey& runKey;
+  ku::Clock::time_point start;
   bool complete = false;
 };
 
@@ -104,10 +108,16 @@ bool Process::run(Time time)
   if (!isLive())
     return false;
   if (isTooEarly(time))
+  {
+    statistics.addEarly();
     return true;
+  }
   const bool sameTime = getLastRun() == time;
   if (!_noteSourceVersions() && sameTime)
+  {
+    statistics.addUnchanged();
     return true;
+  }
   lastRun = time.microseconds();
   const ProcessKey runKey = getKey();
   RunGuard guard(*this, runKey);
@@ -172,6 +182,7 @@ void Process::reset()
   }
   const std::lock_guard lock(mutex);
   _clearBrokenRun();
+  statistics.clear();
   lastRun = 0;
   for (const auto& [name, sink] : sinks)
     sink->reset();

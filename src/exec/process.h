@@ -1,6 +1,7 @@
 #pragma once
 
 #include "exec/processregistry.h"
+#include "exec/runstatistics.h"
 #include "graph/aggregatedsink.h"
 #include "graph/nodesink.h"
 #include "graph/nodesource.h"
@@ -106,6 +107,9 @@ public:
   /// Throws std::runtime_error for a negative value.
   void setTolerance(Duration value);
 
+  /// How its runs went, `reset` included as a new start.
+  [[nodiscard]] RunFigures getFigures() const { return statistics.figures(ku::Clock::now()); }
+
   [[nodiscard]] Time getLastRun() const noexcept { return Time(lastRun); }
 
   [[nodiscard]] bool isEnable() const noexcept { return enable; }
@@ -120,6 +124,9 @@ public:
   [[nodiscard]] bool isLive() const noexcept { return enable || zombie; }
 
   [[nodiscard]] const std::map<std::string, NodeSourcePtr>& getSources() const noexcept { return sources; }
+
+  /// The nodes that `addNode` was given, in order.
+  [[nodiscard]] const std::vector<NodePtr>& getNodes() const noexcept { return nodes; }
 
   /// The source of that name; null when the process has none.
   [[nodiscard]] NodeSourcePtr findSource(const std::string& name) const;
@@ -167,6 +174,7 @@ private:
   std::map<std::string, NodeSinkPtr> sinks;
   std::map<std::string, AggregatedSinkPtr> aggregatedSinks;
   std::vector<NodePtr> nodes;
+  RunStatistics statistics;
   ProcessKey failedKey;  // the key of the run that broke off: the process may have another name since
 };
 

@@ -26,6 +26,9 @@ public:
   /// A text for users. "* no description *" unless the filter has one.
   [[nodiscard]] virtual std::string getDescription() const;
 
+  /// True when the filter, or one within it, keeps something from one run to the next.
+  [[nodiscard]] virtual bool isStateful() const { return false; }
+
   /// Called once per scope and run: before anything is pulled, and after the last consumer has read.
   virtual void filterSynchronize(Time time, Duration tolerance, const ProcessKey& processKey,
                                  const ProcessKey& scopeKey, std::uint64_t depth);

@@ -19,7 +19,7 @@ public:
   DataList applyFilter(const DataList& inputs, const ProcessKey& processKey, const ProcessKey& scopeKey,
                        std::uint64_t depth) override;
 
-  [[nodiscard]] bool isStateful() const { return userFilter->isStateful(); }
+  [[nodiscard]] bool isStateful() const override { return userFilter->isStateful(); }
 
 private:
   void _declareInput(const std::string& declaration);

@@ -5,6 +5,7 @@
 #include "graph/nodefilter.h"
 #include "graph/processkey.h"
 
+#include <algorithm>
 #include <unordered_set>
 
 namespace ZR::Filtrix
@@ -86,6 +87,16 @@ bool FilterComposite::exposeOutput(const std::string& nodeName, const std::strin
     return false;
   _addOutput(makeExposed(inner, exposedName));
   return true;
+}
+
+bool FilterComposite::isStateful() const
+{
+  const auto isNodeStateful = [](const auto& entry)
+  {
+    const auto* const node = dynamic_cast<const NodeFilter*>(entry.second.get());
+    return node != nullptr && node->getFilter() && node->getFilter()->isStateful();
+  };
+  return std::ranges::any_of(nodes, isNodeStateful);
 }
 
 void FilterComposite::filterSynchronize(Time time, Duration tolerance, const ProcessKey& processKey,

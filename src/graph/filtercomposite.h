@@ -33,6 +33,7 @@ public:
 
   [[nodiscard]] const std::map<std::string, NodePtr>& getNodes() const noexcept { return nodes; }
 
+  [[nodiscard]] bool isStateful() const override;
   void filterSynchronize(Time time, Duration tolerance, const ProcessKey& processKey, const ProcessKey& scopeKey,
                          std::uint64_t depth) override;
   void filterSynchronizeRelease(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth) override;

@@ -52,6 +52,20 @@ public:
       _end(DataList(), NodeReport::Outcome::Exception, nullptr);
   }
 
+  // Applies the filter; its time counts `weight` times.
+  DataList apply(const DataList& inputs, const ProcessKey& processKey, const ProcessKey& innerKey, std::uint64_t depth,
+                 std::uint64_t weight)
+  {
+    applications = 1;
+    if (weight == 0)
+      return node.filter->applyFilter(inputs, processKey, innerKey, depth);
+    const auto begin = ku::Clock::now();
+    DataList results = node.filter->applyFilter(inputs, processKey, innerKey, depth);
+    applied = ku::Clock::now() - begin;
+    time = applied * static_cast<std::int64_t>(weight);
+    return results;
+  }
+
   void finish(DataList results, NodeReport::Outcome outcome, const Port* missing)
   {
     _end(std::move(results), outcome, missing);
@@ -72,6 +86,9 @@ private:
         scope.hasResults = true;
       }
     }
+    node.figures.calls += applications;
+    node.figures.time += time;
+    node.figures.longest = std::max(node.figures.longest, applied);
     if (reporting)
     {
       NodeReport& report = *node.reports.insert(scopeHash).first;
@@ -84,6 +101,9 @@ private:
   const bool reporting;
   bool finished = false;
   ku::Clock::time_point start;
+  std::uint64_t applications = 0;
+  std::chrono::nanoseconds applied{};
+  std::chrono::nanoseconds time{};
 };
 
 NodeFilter::NodeFilter(std::string name_, FilterPtr filter_)
@@ -183,7 +203,8 @@ DataPtr NodeFilter::requestData(const ProcessKey& processKey, const ProcessKey& 
     return nullptr;
   DataPtr value;
   std::optional<ProcessKey> innerKey;
-  switch (_begin(scopeKey, &outputPort, &value, &innerKey))
+  std::uint64_t weight = 0;
+  switch (_begin(scopeKey, &outputPort, &value, &innerKey, &weight))
   {
   case Request::Served:
     return value;
@@ -203,7 +224,7 @@ DataPtr NodeFilter::requestData(const ProcessKey& processKey, const ProcessKey& 
     computation.finish(DataList(), NodeReport::Outcome::MissingInput, missing);
     return nullptr;
   }
-  DataList results = filter->applyFilter(inputs, processKey, *innerKey, depth);
+  DataList results = computation.apply(inputs, processKey, *innerKey, depth, weight);
   value = _select(results, outputPort.get());
   const auto outcome = hasValue(results) ? NodeReport::Outcome::Computed : NodeReport::Outcome::ReturnedNothing;
   computation.finish(std::move(results), outcome, nullptr);
@@ -219,7 +240,7 @@ void NodeFilter::requestEmpty(const ProcessKey& processKey, const ProcessKey& sc
     return;
   }
   std::optional<ProcessKey> innerKey;
-  if (!filter || _begin(scopeKey, nullptr, nullptr, &innerKey) != Request::Compute)
+  if (!filter || _begin(scopeKey, nullptr, nullptr, &innerKey, nullptr) != Request::Compute)
     return;
   Computation computation(*this, scopeKey.getHash());
   for (const PortPtr& input : getInputs())
@@ -259,9 +280,15 @@ std::optional<NodeReport> NodeFilter::getReport(std::uint32_t scopeHash) const
   return report != nullptr ? std::optional(*report) : std::nullopt;
 }
 
+NodeFigures NodeFilter::getFigures() const
+{
+  const std::lock_guard lock(tableMutex);
+  return figures;
+}
+
 // Serves a request from the results, or opens their computation. An empty request (no output port) wants no value.
 NodeFilter::Request NodeFilter::_begin(const ProcessKey& scopeKey, const PortPtr* outputPort, DataPtr* value,
-                                       std::optional<ProcessKey>* innerKey)
+                                       std::optional<ProcessKey>* innerKey, std::uint64_t* weight)
 {
   const std::lock_guard lock(tableMutex);
   Scope& scope = _scope(scopeKey);
@@ -279,7 +306,17 @@ NodeFilter::Request NodeFilter::_begin(const ProcessKey& scopeKey, const PortPtr
     return Request::Ring;
   scope.runner = std::this_thread::get_id();
   *innerKey = scope.innerKey;
+  if (weight != nullptr)
+    *weight = _timingWeight();
   return Request::Compute;
+}
+
+// For how many applications the time of the next one stands; 0: it is not to be timed.
+std::uint64_t NodeFilter::_timingWeight() const
+{
+  if (figures.calls == 0 || figures.time > timedAlways * static_cast<std::int64_t>(figures.calls))
+    return 1;
+  return figures.calls % sampling == 0 ? sampling : 0;
 }
 
 // Reads every input in order. After the first required one without a value the others are only passed by.

@@ -30,6 +30,14 @@ struct NodeReport
   std::chrono::nanoseconds length{};  ///< from the first request to the results, upstream included
 };
 
+/// What a filter node has cost so far, over all scopes.
+struct NodeFigures
+{
+  std::uint64_t calls = 0;             ///< applications of the filter
+  std::chrono::nanoseconds time{};     ///< in the filter itself, without what it reads from; what is cheap is sampled
+  std::chrono::nanoseconds longest{};  ///< the longest application that was timed
+};
+
 /// The node that puts a filter in a graph. Within one scope of one run it applies its filter once, however many
 /// consumers there are: the first request computes the results, the last release drops them.
 class NodeFilter final : public Node, public RunScoped
@@ -55,6 +63,8 @@ public:
   void keepReports(bool on);
   [[nodiscard]] std::optional<NodeReport> getReport(std::uint32_t scopeHash) const;
 
+  [[nodiscard]] NodeFigures getFigures() const;
+
 protected:
   void _synchronize(Time time, Duration tolerance, const ProcessKey& processKey, const ProcessKey& scopeKey,
                     std::uint64_t depth) override;
@@ -73,6 +83,11 @@ private:
 
   class Computation;
 
+  // Reading the clock costs as much as a light filter does: one whose applications take less than this is timed on
+  // every sixteenth of them alone, which then stands for all sixteen.
+  static constexpr std::chrono::microseconds timedAlways{10};
+  static constexpr std::uint64_t sampling = 16;
+
   enum class Request
   {
     Served,
@@ -81,7 +96,8 @@ private:
   };
 
   Request _begin(const ProcessKey& scopeKey, const PortPtr* outputPort, DataPtr* value,
-                 std::optional<ProcessKey>* innerKey);
+                 std::optional<ProcessKey>* innerKey, std::uint64_t* weight);
+  [[nodiscard]] std::uint64_t _timingWeight() const;
   bool _gatherInputs(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth, DataList* values,
                      const Port** missing);
   [[nodiscard]] DataPtr _select(const DataList& results, const Port* outputPort) const;
@@ -99,5 +115,6 @@ private:
   ScopeTable<std::unique_ptr<Scope>> scopes;
   std::size_t activeScopes = 0;
   ScopeTable<NodeReport> reports;
+  NodeFigures figures;
 };
 }  // namespace ZR::Filtrix

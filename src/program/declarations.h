@@ -9,6 +9,16 @@
 /// The statements of a program, cut into their parts: what the parser hands to the registry. Each may know its origin.
 namespace ZR::Filtrix
 {
+/// Where programs and what they read stand among the data files.
+inline constexpr const char* programFolder = "zorqa/vision/fxs";
+
+/// Which files the programs of a load may import.
+enum class ImportRange
+{
+  Beneath,  ///< those beneath the folder of the importing file, and those of the data folders; links are followed first
+  Everywhere  ///< every file
+};
+
 using OriginPtr = std::shared_ptr<const Origin>;
 
 /// `TYPE NAME;`

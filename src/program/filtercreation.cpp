@@ -1,6 +1,7 @@
 // The library's side of the registry: adding, building, describing and deleting filters.
 
 #include "filtrix/ku/log.h"
+#include "filtrix/ku/path.h"
 #include "foundation/text/split.h"
 #include "graph/dotgraph.h"
 #include "graph/filteradapter.h"
@@ -303,6 +304,43 @@ FiltrixPrivate::FilterCost FiltrixPrivate::_composeFilter(const FilterDeclaratio
   return cost;
 }
 
+void FiltrixPrivate::addClassifierType(const std::string& type, ClassifierLoader load)
+{
+  const std::lock_guard lock(filterMutex);
+  classifierTypes.insert_or_assign(type, std::move(load));
+}
+
+bool FiltrixPrivate::createClassificationFilter(const std::string& name, const std::string& type,
+                                                const std::string& path)
+{
+  const auto fail = [&](const std::string& text)
+  {
+    ku::log::error(category, "createClassificationFilter(\"{}\", type, \"{}\"):{}", name, path, text);
+    return false;
+  };
+  const auto file = ku::path::findData(programFolder, path);
+  if (!file)
+    return fail("File not found.");
+  if (hasFilter(name))
+    return fail(fmt::format("A filter with the name \"{}\" already exists.", name));
+  ClassifierLoader load;
+  {
+    const std::lock_guard lock(filterMutex);
+    if (const auto known = classifierTypes.find(type); known != classifierTypes.end())
+      load = known->second;
+  }
+  if (!load)
+    return fail("Invalid classification type.");
+  try
+  {
+    return addFilter(load(name, *file));
+  }
+  catch (const std::exception& exception)
+  {
+    return fail(exception.what());
+  }
+}
+
 std::shared_ptr<Type::Lambda> FiltrixPrivate::createLambda(const std::string& filterName) const
 {
   const FilterPtr filter = _findFilter(filterName);
@@ -343,6 +381,12 @@ std::string FiltrixPrivate::getFilterDescription(const std::string& name) const
 {
   const FilterPtr filter = _filterOrLog(name, "getFilterDescription");
   return filter ? filter->getDescription() : std::string();
+}
+
+bool FiltrixPrivate::isFilterStateful(const std::string& name) const
+{
+  const FilterPtr filter = _filterOrLog(name, "isFilterStateful");
+  return filter && filter->isStateful();
 }
 
 std::vector<PortDescription> FiltrixPrivate::getFilterInputs(const std::string& name) const

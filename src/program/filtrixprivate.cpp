@@ -67,9 +67,9 @@ bool FiltrixPrivate::loadProgram(std::string_view program, const std::string& ba
   return Parser(*this).loadProgram(program, "program", basePath);
 }
 
-bool FiltrixPrivate::loadProgramFromFile(std::string_view path)
+bool FiltrixPrivate::loadProgramFromFile(std::string_view path, ImportRange range)
 {
-  return ProgramLoader(*this).loadFile(path);
+  return ProgramLoader(*this, range).loadFile(path);
 }
 
 bool FiltrixPrivate::deleteProcess(const std::string& name)

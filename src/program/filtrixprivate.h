@@ -13,6 +13,8 @@
 #include "program/declarations.h"
 
 #include <cstdint>
+#include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -66,7 +68,7 @@ public:
   bool loadProgram(std::string_view program, const std::string& basePath = {});
 
   /// The same from a file that ends in .fxs, .FXS, .txt or .TXT. A bare name is also looked for among the data files.
-  bool loadProgramFromFile(std::string_view path);
+  bool loadProgramFromFile(std::string_view path, ImportRange range = ImportRange::Beneath);
 
   // The filter library.
 
@@ -77,12 +79,23 @@ public:
   /// Builds a composite filter of library filters.
   bool createFilter(const FilterDeclaration& declaration);
 
+  /// Makes a filter of what has been trained, from a file below the data folder "zorqa/vision/fxs". The types are those
+  /// that `addClassifierType` has made known.
+  bool createClassificationFilter(const std::string& name, const std::string& type, const std::string& path);
+
+  /// Makes a filter of the given name from a file; throws a std::exception that says what is wrong with the file.
+  using ClassifierLoader = std::function<FilterPtr(const std::string& name, const std::filesystem::path& file)>;
+
+  /// The library that knows how to read a type of classifier says so here.
+  void addClassifierType(const std::string& type, ClassifierLoader load);
+
   /// The library filter as a value; null when there is none.
   [[nodiscard]] std::shared_ptr<Type::Lambda> createLambda(const std::string& filterName) const;
   bool deleteFilter(const std::string& name);
   [[nodiscard]] bool hasFilter(const std::string& name) const;
   [[nodiscard]] std::vector<std::string> getFilters() const;
   [[nodiscard]] std::string getFilterDescription(const std::string& name) const;
+  [[nodiscard]] bool isFilterStateful(const std::string& name) const;
   [[nodiscard]] std::vector<PortDescription> getFilterInputs(const std::string& name) const;
   [[nodiscard]] std::vector<PortDescription> getFilterOutputs(const std::string& name) const;
 
@@ -156,13 +169,14 @@ public:
   // Events.
 
   /// Runs the process `name` with the time of each new value of "process:sink".
-  bool createEvent(const std::string& name, const std::string& sink);
+  bool createEvent(const std::string& name, const std::string& sink, const OriginPtr& origin = nullptr);
 
   /// Calls a function with each new value of "process:sink".
   bool createEvent(const std::string& name, const std::string& sink, Event::Callback callback);
 
   /// The same for a source or an alias, of `process` when it is not empty.
-  bool createSourceEvent(const std::string& name, const std::string& source, const std::string& process);
+  bool createSourceEvent(const std::string& name, const std::string& source, const std::string& process,
+                         const OriginPtr& origin = nullptr);
   bool createSourceEvent(const std::string& name, const std::string& source, const std::string& process,
                          Event::Callback callback);
 
@@ -207,10 +221,11 @@ private:
   bool _setEnable(const std::string& name, bool on, std::string_view failure);
   void _updateZombies(bool clear);
 
-  // Guards the two below. The last of the registry's locks.
+  // Guards the three below. The last of the registry's locks.
   mutable std::mutex filterMutex;
   std::map<std::string, FilterPtr> filters;
   std::map<std::string, FilterCost> filterCosts;
+  std::map<std::string, ClassifierLoader> classifierTypes;
 
   // Guards the two below; within the process lock.
   mutable std::mutex sourceMutex;

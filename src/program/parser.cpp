@@ -138,7 +138,7 @@ bool Parser::_run(const ProgramText& program, const Statement& statement, const 
     record.add("process", splitBlocks(name, '(', ')').front());
     return true;
   case Kind::Event:
-    return createEvent(name, body);
+    return createEvent(program, name, body);
   case Kind::Script:
     return createFilterFromScript(program, name, body);
   case Kind::Delete:
@@ -200,14 +200,17 @@ void Parser::_delete(const ProgramText& program, const Statement& statement, Pro
                      ParserLog::at(program.locate(statement.header)));
 }
 
-bool Parser::createEvent(std::string_view name, std::string_view body)
+bool Parser::createEvent(const ProgramText& program, std::string_view name, std::string_view body)
 {
   const std::string target(name);
-  if (registry.createEvent(target, std::string(body)))
+  const OriginPtr origin = program.locate(body);
+  if (registry.createEvent(target, std::string(body), origin))
     return true;
   const bool hasOwner = body.find(':') != std::string_view::npos;
   const auto [process, source] = hasOwner ? splitOnce(body, ":") : std::pair(std::string_view(), body);
-  static_cast<void>(registry.createSourceEvent(target, std::string(source), std::string(process)));
+  if (!registry.createSourceEvent(target, std::string(source), std::string(process), origin))
+    ParserLog::fail(origin, "createEvent(\"{}\", \"{}\"): expected a process to run, and a sink or source to wait for.",
+                    ParserLog::shown(name), ParserLog::shown(body));
   return true;
 }
 }  // namespace ZR::Filtrix

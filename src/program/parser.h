@@ -74,7 +74,7 @@ public:
 
   /// `event TARGET { PROCESS:SINK }`, or a source in place of the sink. Always true: an event that cannot be made is
   /// logged and does not end a load.
-  bool createEvent(std::string_view name, std::string_view body);
+  bool createEvent(const ProgramText& program, std::string_view name, std::string_view body);
 
 private:
   enum class Kind;

@@ -21,7 +21,6 @@ namespace fs = std::filesystem;
 namespace
 {
 constexpr const char* category = "filtrix.private";
-constexpr const char* application = "zorqa/vision/fxs";
 
 /// How a program from a file calls its caller.
 constexpr const char* fileHandle = "filtrix";
@@ -60,7 +59,7 @@ fs::path resolve(const fs::path& path, const fs::path& asWritten)
   std::error_code error;
   if (asWritten.empty() || asWritten != asWritten.filename() || fs::exists(path, error))
     return path;
-  return ku::path::findData(application, asWritten.string()).value_or(path);
+  return ku::path::findData(programFolder, asWritten.string()).value_or(path);
 }
 
 // The mark that some editors put before a text is no part of its first word.
@@ -185,7 +184,7 @@ bool ProgramLoader::_mayImport(const ProgramFile& file) const
   if (isBeneath(real, levels.back().folder))
     return true;
   return std::ranges::any_of(ku::path::dataSearchPath(),
-                             [&](const fs::path& folder) { return isBeneath(real, folder / application); });
+                             [&](const fs::path& folder) { return isBeneath(real, folder / programFolder); });
 }
 
 // "a.fxs -> b.fxs -> a.fxs" when the file is being executed already.
@@ -206,10 +205,5 @@ std::string ProgramLoader::_nameOf(const fs::path& path) const
   const fs::path normal = path.lexically_normal();
   const fs::path relative = normal.lexically_relative(levels.front().folder.lexically_normal());
   return (relative.empty() || *relative.begin() == ".." ? normal : relative).string();
-}
-
-bool loadProgramFromFile(FiltrixPrivate& registry, std::string_view path, ImportRange range)
-{
-  return ProgramLoader(registry, range).loadFile(path);
 }
 }  // namespace ZR::Filtrix

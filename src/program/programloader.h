@@ -1,5 +1,6 @@
 #pragma once
 
+#include "program/declarations.h"
 #include "program/loadrecord.h"
 #include "program/programfile.h"
 #include "program/programtext.h"
@@ -15,13 +16,6 @@
 namespace ZR::Filtrix
 {
 class FiltrixPrivate;
-
-/// Which files the programs of a load may import.
-enum class ImportRange
-{
-  Beneath,  ///< those beneath the folder of the importing file, and those of the data folders; links are followed first
-  Everywhere  ///< every file
-};
 
 /// One load: a program and all that it imports. Finds and reads the files, and holds the load to its limits.
 ///
@@ -68,7 +62,4 @@ private:
   std::size_t files = 0;
   std::size_t bytes = 0;
 };
-
-/// Loads a program from a file, as a load of its own.
-bool loadProgramFromFile(FiltrixPrivate& registry, std::string_view path, ImportRange range = ImportRange::Beneath);
 }  // namespace ZR::Filtrix

@@ -278,7 +278,7 @@ bool FiltrixPrivate::setData(const std::string& name, const std::string& process
   return true;
 }
 
-bool FiltrixPrivate::createEvent(const std::string& name, const std::string& sink)
+bool FiltrixPrivate::createEvent(const std::string& name, const std::string& sink, const OriginPtr& origin)
 {
   const std::string prefix = fmt::format("createEvent(\"{}\", callback):", name);
   if (sink.find(':') == std::string::npos)
@@ -286,7 +286,9 @@ bool FiltrixPrivate::createEvent(const std::string& name, const std::string& sin
   const ProcessPtr target = _findProcess(name);
   if (!target)
     return fail("createEvent({}): unknown target process.", name);
-  return _addSinkEvent(prefix, sink, std::make_shared<Event>(scheduler, target));
+  const auto event = std::make_shared<Event>(scheduler, target);
+  event->setOrigin(origin);
+  return _addSinkEvent(prefix, sink, event);
 }
 
 bool FiltrixPrivate::createEvent(const std::string& name, const std::string& sink, Event::Callback callback)
@@ -317,12 +319,15 @@ bool FiltrixPrivate::_addSinkEvent(const std::string& prefix, const std::string&
   return true;
 }
 
-bool FiltrixPrivate::createSourceEvent(const std::string& name, const std::string& source, const std::string& process)
+bool FiltrixPrivate::createSourceEvent(const std::string& name, const std::string& source, const std::string& process,
+                                       const OriginPtr& origin)
 {
   const ProcessPtr target = _findProcess(name);
   if (!target)
     return fail("Can't get process \"{}\": process unknown.", name);
-  return _addSourceEvent("access", "Can't get data from", source, process, std::make_shared<Event>(scheduler, target));
+  const auto event = std::make_shared<Event>(scheduler, target);
+  event->setOrigin(origin);
+  return _addSourceEvent("access", "Can't get data from", source, process, event);
 }
 
 bool FiltrixPrivate::createSourceEvent(const std::string&, const std::string& source, const std::string& process,

@@ -23,7 +23,7 @@ protected:
   bool load(const fs::path& name, ImportRange range = ImportRange::Beneath)
   {
     bench.log.clear();
-    return loadProgramFromFile(bench.registry, (folder.path() / name).string(), range);
+    return bench.registry.loadProgramFromFile((folder.path() / name).string(), range);
   }
 
   // The line that a file's failure gives.
@@ -61,7 +61,7 @@ TEST_F(ProgramLoaderTest, RefusesWhatIsNoProgram)
   EXPECT_THAT(bench.complaints(),
               ElementsAre("2 filtrix.private: loadProgramFromFile(" + (folder.path() / "x.dll").string() +
                           ") dynamic loading is not supported on Windows."));
-  EXPECT_FALSE(loadProgramFromFile(bench.registry, std::string_view("a\0b.fxs", 7)));
+  EXPECT_FALSE(bench.registry.loadProgramFromFile(std::string_view("a\0b.fxs", 7)));
 }
 
 TEST_F(ProgramLoaderTest, ReadsAllFourExtensionsAndSkipsAByteOrderMark)
@@ -86,7 +86,7 @@ TEST_F(ProgramLoaderTest, FindsBareNamesAmongTheDataFiles)
   EXPECT_THAT(bench.registry.getSources(), ElementsAre("fromData", "inner"));
   EXPECT_THAT(bench.complaints(), IsEmpty());
 
-  EXPECT_FALSE(loadProgramFromFile(bench.registry, "smooth.fxs"));
+  EXPECT_FALSE(bench.registry.loadProgramFromFile("smooth.fxs"));
   EXPECT_EQ(bench.complaints().back(), "2 filtrix.parser: loadProgram: stopped at smooth.fxs:1:1: \"source fromData\"; "
                                        "created before: nothing");
   folder.write("b/smooth.fxs", "source besideTheImporter { }");
