@@ -1,0 +1,151 @@
+// The command line as a person meets it: what it prints, where, and with which exit status.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <sys/wait.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+
+namespace ZR::Filtrix::Test
+{
+namespace
+{
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+struct Outcome
+{
+  int status = -1;
+  std::string out;
+};
+
+// Runs `filtrix` with the rest of a shell's command line; standard error goes where `redirection` says.
+Outcome filtrix(const std::string& arguments, const std::string& redirection = "2>&1")
+{
+  const std::string command = std::string(FILTRIX_COMMAND) + " " + arguments + " " + redirection;
+  std::FILE* const pipe = ::popen(command.c_str(), "r");
+  Outcome outcome;
+  std::array<char, 4096> buffer{};
+  for (std::size_t count = 0; (count = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0;)
+    outcome.out.append(buffer.data(), count);
+  const int status = ::pclose(pipe);
+  outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  return outcome;
+}
+
+class Command : public ::testing::Test
+{
+protected:
+  Command() { std::filesystem::create_directories(folder); }
+
+  ~Command() override { std::filesystem::remove_all(folder); }
+
+  std::string write(const std::string& name, const std::string& text) const
+  {
+    std::ofstream(folder / name) << text;
+    return (folder / name).string();
+  }
+
+  const std::filesystem::path folder =
+      std::filesystem::temp_directory_path() /
+      ("filtrix-command-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + "-" +
+       ::testing::UnitTest::GetInstance()->current_test_info()->name());
+};
+
+TEST_F(Command, RunsAProgramAndPrintsItsSinks)
+{
+  const std::string program =
+      write("sum.fxs", "source a { 1 }\nsource gain { 0.5 }\n"
+                       "process p(Add, 1, 50.0) { left <= a; right <= 2; out => sum; }\n"
+                       "process q(Multiply, 1, 50.0) { left <= gain; right <= 3.0; out => o; }");
+  const Outcome outcome = filtrix("run --robot none " + program +
+                                  " --set a=40 --set gain=2 --print p:sum --print q:o@20 --for 0.5 --stats");
+  EXPECT_EQ(outcome.status, 0) << outcome.out;
+  EXPECT_THAT(outcome.out, AllOf(HasSubstr("p:sum = 42"), HasSubstr("q:o = 6"), HasSubstr("of 50.0 Hz")));
+
+  const Outcome json = filtrix("run --robot none " + program + " --json --print p:sum --for 0.3", "2>/dev/null");
+  const auto line = nlohmann::json::parse(json.out.substr(0, json.out.find('\n')));
+  EXPECT_EQ(line.at("sink"), "p:sum");
+  EXPECT_EQ(line.at("value"), nlohmann::json::array({"Integer", 3}));
+}
+
+TEST_F(Command, StopsCleanlyWhenItIsInterrupted)
+{
+  const std::string program = write("one.fxs", "process p(Identity, 1, 50.0) { in <= 1; out => o; }");
+  const Outcome outcome = filtrix("run --robot none " + program +
+                                      " --print p:o --stats & "
+                                      "child=$!; sleep 1; kill -INT $child; wait $child",
+                                  "");
+  EXPECT_EQ(outcome.status, 0) << outcome.out;
+}
+
+TEST_F(Command, ChecksPrograms)
+{
+  const std::string good = write("good.fxs", "source a { 1 }\nprocess p(Add) { left <= a; right <= a; out => o; }\n"
+                                             "event p { a }");
+  EXPECT_EQ(filtrix("check " + good).out, good + ": no fault found\n");
+
+  const std::string bad = write("bad.fxs", "// a sum\nsource a { 1 }\n\nfilter F\n{\n  Ad add;\n}\n");
+  const Outcome outcome = filtrix("check " + bad, "2>/dev/null");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.out, AllOf(HasSubstr("bad.fxs:6:3: error:"), HasSubstr("Ad add"), HasSubstr("Did you mean")));
+
+  const std::string importing = write("importing.fxs", "import file { bad.fxs }\n");
+  EXPECT_THAT(filtrix("check " + importing, "2>/dev/null").out, HasSubstr("bad.fxs:6:3: error:"));
+  EXPECT_EQ(filtrix("check " + (folder / "missing.fxs").string()).status, 1);
+}
+
+TEST_F(Command, TellsAboutFilters)
+{
+  EXPECT_THAT(filtrix("filters").out, AllOf(HasSubstr("Labelize"), HasSubstr("HumanTracker")));
+  EXPECT_THAT(filtrix("filters Accum").out,
+              AllOf(StartsWith("Accum\n"), HasSubstr("in   factor [Float]"), HasSubstr("keeps state")));
+  const Outcome unknown = filtrix("filters Labelise");
+  EXPECT_EQ(unknown.status, 1);
+  EXPECT_THAT(unknown.out, HasSubstr("Did you mean \"Labelize\"?"));
+}
+
+TEST_F(Command, DrawsFilters)
+{
+  const std::string program =
+      write("twice.fxs", "filter Twice { Add a; Add b; a -> b:left; a:left <= in; b:out => out; }");
+  const std::string picture = (folder / "twice.svg").string();
+  const Outcome outcome = filtrix("graph Twice -l 1 -o " + picture + " --program " + program);
+  EXPECT_EQ(outcome.status, 0) << outcome.out;
+  EXPECT_GT(std::filesystem::file_size(picture), 500U);
+  EXPECT_THAT(filtrix("graph Twice --program " + program).out, StartsWith("digraph"));
+  EXPECT_EQ(filtrix("graph Twice -o picture.gif --program " + program).status, 1);
+}
+
+TEST_F(Command, CallsMethods)
+{
+  EXPECT_EQ(filtrix("call isProcesses nobody", "2>/dev/null").out, "false\n");
+  EXPECT_EQ(filtrix("call getSourceData RobotHeightOffset", "2>/dev/null").out, "[\n  \"Float\",\n  0.0\n]\n");
+  const Outcome wrong = filtrix("call getProcessPriority");
+  EXPECT_EQ(wrong.status, 1);
+  EXPECT_THAT(wrong.out, HasSubstr("string name"));
+  EXPECT_THAT(filtrix("methods").out, HasSubstr("getDotGraph(string filter, int level) -> string"));
+}
+
+TEST_F(Command, RefusesAWrongCommandLine)
+{
+  for (const char* arguments : {"", "fly", "run", "run x.fxs --for -1", "check", "completion fish"})
+    EXPECT_EQ(filtrix(arguments).status, 2) << arguments;
+  EXPECT_EQ(filtrix("--help").status, 0);
+  const std::string program = write("p.fxs", "source a { 1 }");
+  EXPECT_EQ(filtrix("run --robot none " + program + " --set nothing=1 --for 0.1").status, 1);
+  EXPECT_EQ(filtrix("run --robot none " + program + " --print p:o --for 0.1").status, 1);
+  EXPECT_THAT(filtrix("completion bash | bash -n").out, IsEmpty());
+}
+}  // namespace
+}  // namespace ZR::Filtrix::Test
