@@ -14,19 +14,38 @@ namespace ZR::Filtrix::Filters
 class PerceptionFilter : public UserFilter
 {
 public:
-  explicit PerceptionFilter(std::string_view name) : entry(catalogueEntry(name)) {}
+  explicit PerceptionFilter(std::string_view name);
 
-  std::string getName() final { return entry.name; }
+  std::string getName() final { return catalogueRow.name; }
 
-  std::string getDescription() final { return entry.description; }
+  std::string getDescription() final { return catalogueRow.description; }
 
-  std::vector<std::string> getInputs() final { return entry.inputs; }
+  std::vector<std::string> getInputs() final { return catalogueRow.inputs; }
 
-  std::vector<std::string> getOutputs() final { return entry.outputs; }
+  std::vector<std::string> getOutputs() final { return catalogueRow.outputs; }
 
-  bool isStateful() final { return entry.state == State::kept; }
+  bool isStateful() final { return catalogueRow.state == State::kept; }
+
+protected:
+  /// True when all required inputs are there, and all that are there have payloads of the declared types. Else one line
+  /// in the log says which port takes what, and what came.
+  [[nodiscard]] bool accepts(const DataList& inputs) const;
+
+  /// "vision.filter." and the name in lower case.
+  [[nodiscard]] const std::string& category() const noexcept { return logCategory; }
 
 private:
-  const CatalogueEntry& entry;
+  struct Input
+  {
+    std::string declaration;
+    std::vector<TypeTag> types;
+    bool isOptional;
+  };
+
+  static Input read(const std::string& declaration);
+
+  const CatalogueEntry& catalogueRow;
+  std::string logCategory;
+  std::vector<Input> inputPorts;
 };
 }  // namespace ZR::Filtrix::Filters
