@@ -1,0 +1,238 @@
+// Finds the heads of a body by its upper edge, measured in metres: a head is a peak of the right width, with a fall to
+// the shoulders on both sides. A raised arm is a peak without shoulders below it; that rule chooses among several peaks
+// and never rejects the only one, since a person seen from the side shows no shoulders either.
+//
+// Sources: M. Munaro, F. Basso, E. Menegatti, "Tracking People within Groups with RGB-D Data", IROS 2012 (peaks of a
+// height map, 0.3 m apart); the widths are those of heads, R. Drillis, R. Contini, "Body Segment Parameters", 1966.
+
+#include "filters/perception/blobprofile.h"
+#include "filters/perception/objects.h"
+#include "filters/perception/perceptionfilter.h"
+#include "filters/perception/perceptionfilters.h"
+#include "filtrix/ku/log.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <optional>
+
+namespace ZR::Filtrix::Filters
+{
+namespace
+{
+// All in metres.
+constexpr float binWidth = 0.04F;
+constexpr float lowestTop = 0.90F;   ///< a sitting child
+constexpr float highestTop = 2.10F;  ///< a tall adult in shoes
+constexpr float apart = 0.30F;       ///< two heads are at least so far apart
+constexpr float headDepth = 0.15F;   ///< the width of a head is taken so far below its top
+constexpr float narrowest = 0.08F;
+constexpr float widest = 0.36F;
+constexpr float fallWithin = 0.16F;  ///< beside the head, within this distance,
+constexpr float fall = 0.12F;        ///< the edge falls by so much
+constexpr float shoulderDepth = 0.40F;
+constexpr float shoulderReach = 0.10F;
+constexpr float shoulderWidth = 0.24F;
+
+constexpr float nothing = -std::numeric_limits<float>::infinity();
+
+// The upper edge in bins of equal width across the body, from its left column to its right one.
+struct Profile
+{
+  std::vector<float> heights;
+  std::vector<int> columns;  ///< where in the box each bin's height stands
+  float width = binWidth;    ///< of a bin: a far body's pixels are wider
+};
+
+Profile makeProfile(const ObjectView& view, const std::vector<ColumnTop>& tops)
+{
+  Profile profile;
+  const float pixel = view.distance / view.camera.focalX();
+  profile.width = std::max(binWidth, pixel);
+  const auto bins = static_cast<std::size_t>(static_cast<float>(tops.size()) * pixel / profile.width) + 1;
+  profile.heights.assign(bins, nothing);
+  profile.columns.assign(bins, 0);
+  for (std::size_t column = 0; column < tops.size(); ++column)
+  {
+    const auto bin = std::min(bins - 1, static_cast<std::size_t>(static_cast<float>(column) * pixel / profile.width));
+    if (tops[column].row < 0 || tops[column].height <= profile.heights[bin])
+      continue;
+    profile.heights[bin] = tops[column].height;
+    profile.columns[bin] = static_cast<int>(column);
+  }
+  return profile;
+}
+
+// Three bins' median takes out what flies.
+std::vector<float> smooth(const std::vector<float>& heights)
+{
+  std::vector<float> result = heights;
+  for (std::size_t i = 1; i + 1 < heights.size(); ++i)
+    result[i] =
+        std::max(std::min(heights[i - 1], heights[i]), std::min(std::max(heights[i - 1], heights[i]), heights[i + 1]));
+  return result;
+}
+
+class HeadSearch
+{
+public:
+  HeadSearch(const Profile& profile_, bool isHidden_)
+      : profile(profile_), heights(smooth(profile_.heights)), isHidden(isHidden_)
+  {
+  }
+
+  // The columns of the heads, from left to right.
+  [[nodiscard]] std::vector<int> find() const
+  {
+    std::vector<std::size_t> peaks = candidates();
+    if (peaks.size() > 1)
+      chooseByShoulders(&peaks);
+    std::vector<int> columns;
+    for (const std::size_t peak : peaks)
+      columns.push_back(centreColumn(peak));
+    std::ranges::sort(columns);
+    return columns;
+  }
+
+private:
+  struct Run
+  {
+    std::size_t first;
+    std::size_t last;
+  };
+
+  // The bins about one that are higher than a limit.
+  [[nodiscard]] Run runAbove(std::size_t bin, float limit) const
+  {
+    Run run{bin, bin};
+    while (run.first > 0 && heights[run.first - 1] > limit)
+      --run.first;
+    while (run.last + 1 < heights.size() && heights[run.last + 1] > limit)
+      ++run.last;
+    return run;
+  }
+
+  [[nodiscard]] float metres(std::size_t bins) const { return static_cast<float>(bins) * profile.width; }
+
+  [[nodiscard]] std::vector<std::size_t> candidates() const
+  {
+    std::vector<std::size_t> order(heights.size());
+    for (std::size_t i = 0; i < order.size(); ++i)
+      order[i] = i;
+    std::ranges::stable_sort(order, std::ranges::greater(), [this](std::size_t bin) { return heights[bin]; });
+    std::vector<std::size_t> kept;
+    for (const std::size_t bin : order)
+    {
+      if (heights[bin] < lowestTop)
+        break;
+      const auto isNear = [&](std::size_t other) { return metres(other > bin ? other - bin : bin - other) < apart; };
+      if (heights[bin] <= highestTop && std::ranges::none_of(kept, isNear) && isHead(bin))
+        kept.push_back(bin);
+    }
+    return kept;
+  }
+
+  [[nodiscard]] bool isHead(std::size_t bin) const
+  {
+    const float peak = heights[bin];
+    const Run run = runAbove(bin, peak - headDepth);
+    const float width = metres(run.last - run.first + 1);
+    if (width < narrowest || width > widest + profile.width)
+      return false;
+    return fallsBeside(run.first, -1, peak) && fallsBeside(run.last, 1, peak);
+  }
+
+  // Where something nearer hides the body its edge ends without a fall.
+  [[nodiscard]] bool fallsBeside(std::size_t edge, int direction, float peak) const
+  {
+    const auto reach = static_cast<int>(std::ceil(fallWithin / profile.width));
+    for (int step = 1; step <= reach; ++step)
+    {
+      const auto bin = static_cast<std::ptrdiff_t>(edge) + direction * step;
+      if (bin < 0 || bin >= static_cast<std::ptrdiff_t>(heights.size()))
+        return !isHidden;
+      if (heights[static_cast<std::size_t>(bin)] <= peak - fall)
+        return true;
+    }
+    return false;
+  }
+
+  [[nodiscard]] bool hasShoulders(std::size_t bin) const
+  {
+    const Run run = runAbove(bin, heights[bin] - shoulderDepth);
+    return metres(bin - run.first) >= shoulderReach && metres(run.last - bin) >= shoulderReach &&
+           metres(run.last - run.first + 1) >= shoulderWidth;
+  }
+
+  // Of several peaks those with shoulders are heads; when none has any, the one nearest the middle is.
+  void chooseByShoulders(std::vector<std::size_t>* peaks) const
+  {
+    std::vector<std::size_t> shouldered;
+    std::ranges::copy_if(*peaks, std::back_inserter(shouldered), [this](std::size_t bin) { return hasShoulders(bin); });
+    if (shouldered.empty())
+    {
+      const auto fromMiddle = [this](std::size_t bin)
+      { return std::abs(2 * static_cast<std::ptrdiff_t>(bin) - static_cast<std::ptrdiff_t>(heights.size())); };
+      shouldered.push_back(*std::ranges::min_element(*peaks, {}, fromMiddle));
+    }
+    *peaks = std::move(shouldered);
+  }
+
+  // A head's top is flat for several bins: its middle is the head's.
+  [[nodiscard]] int centreColumn(std::size_t bin) const
+  {
+    const Run run = runAbove(bin, heights[bin] - headDepth);
+    return (profile.columns[run.first] + profile.columns[run.last]) / 2;
+  }
+
+  const Profile& profile;
+  const std::vector<float> heights;
+  const bool isHidden;
+};
+
+class FindHeads final : public PerceptionFilter
+{
+public:
+  FindHeads() : PerceptionFilter("FindHeads") {}
+
+  DataList run(const DataList& inputs) override
+  {
+    if (!accepts(inputs))
+      return {};
+    for (const auto& human : elementsOf<Type::Human>(inputs[0], category()))
+      find(*human);
+    return {inputs[0]};
+  }
+
+private:
+  void find(Type::Human& human) const
+  {
+    const auto object = bodyOf(human);
+    const auto view = object ? ObjectView::of(*object) : std::nullopt;
+    const auto histogram =
+        object ? propertyOf<Type::Histogram>(*object, Object3DProperty::HorizontalHistogram) : nullptr;
+    if (!view || !histogram || view->distance <= 0.0F)
+    {
+      ku::log::error(category(), "human has no Object3D with the required properties");
+      return;
+    }
+    std::vector<int> columns;
+    if (const auto tops = columnTops(*view, *histogram); !tops.empty())
+    {
+      const Profile profile = makeProfile(*view, tops);
+      columns = HeadSearch(profile, isTrue(*object, Object3DProperty::HiddenByOtherBlob)).find();
+    }
+    DataArray heads;
+    for (const int column : columns)
+      heads.push_back(makeData(static_cast<std::uint32_t>(column)));
+    human.setProperty(HumanProperty::HeadCount, makeData(static_cast<std::int32_t>(heads.size())));
+    object->setProperty(Object3DProperty::PossibleHeads, makeData(std::move(heads)));
+  }
+};
+}  // namespace
+
+std::shared_ptr<UserFilter> makeFindHeads()
+{
+  return std::make_shared<FindHeads>();
+}
+}  // namespace ZR::Filtrix::Filters
