@@ -5,6 +5,11 @@
 #include <memory>
 #include <vector>
 
+namespace ZR::Filtrix
+{
+class LambdaFactory;
+}
+
 /// The perception library: seventy filters that find people in depth and colour images and follow, score and describe
 /// them. Each stands in the file of its name, which tells what it does, from what and by which method.
 namespace ZR::Filtrix::Filters
@@ -45,7 +50,7 @@ std::shared_ptr<UserFilter> makeEngagementZonesChanges();
 std::shared_ptr<UserFilter> makeExtractBodyImage();
 std::shared_ptr<UserFilter> makeExtractBottomDistance();
 std::shared_ptr<UserFilter> makeExtractMainPlane();
-std::shared_ptr<UserFilter> makeExtractMovementsFromPopulation();
+std::shared_ptr<UserFilter> makeExtractMovementsFromPopulation(const LambdaFactory& library);
 std::shared_ptr<UserFilter> makeExtractObjects();
 std::shared_ptr<UserFilter> makeExtractTopOfBlobs();
 std::shared_ptr<UserFilter> makeExtractTorsoMask();
@@ -76,10 +81,10 @@ std::shared_ptr<UserFilter> makeSegmentationToImage();
 std::shared_ptr<UserFilter> makeSelectCameraPositions();
 std::shared_ptr<UserFilter> makeSetShirtColorName();
 std::shared_ptr<UserFilter> makeSplit();
-std::shared_ptr<UserFilter> makeSplitHumans();
+std::shared_ptr<UserFilter> makeSplitHumans(const LambdaFactory& library);
 std::shared_ptr<UserFilter> makeTopOfBlob();
 std::shared_ptr<UserFilter> makeWavingDetection2D();
 
-/// One of each, in the order above.
-[[nodiscard]] std::vector<std::shared_ptr<UserFilter>> makePerceptionFilters();
+/// One of each, in the order above. `library` is where those get others from that apply them; it outlives them.
+[[nodiscard]] std::vector<std::shared_ptr<UserFilter>> makePerceptionFilters(const LambdaFactory& library);
 }  // namespace ZR::Filtrix::Filters
