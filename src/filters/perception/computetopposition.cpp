@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 namespace ZR::Filtrix::Filters
 {
@@ -40,26 +41,80 @@ public:
   }
 
 private:
+  // What is known of a top: the camera it was seen through, its pixel's upper edge, how far away its front is.
+  struct Top
+  {
+    Pinhole camera;
+    float u;
+    float v;
+    float depth;
+    bool isCut;
+    Type::Vector6 robot;
+    Type::Vector6 world;
+  };
+
   void compute(Type::Human& human, float heightOffset) const
   {
     const auto object = bodyOf(human);
-    const auto view = object ? ObjectView::of(*object) : std::nullopt;
-    const auto top = object ? propertyOf<Type::Vector2>(*object, Object3DProperty::TopOfBlob) : nullptr;
-    const auto topDistance = object ? propertyOf<std::int32_t>(*object, Object3DProperty::TopOfBlobDist) : nullptr;
-    const auto world = object ? propertyOf<Type::Vector6>(*object, Object3DProperty::CameraPositionWorld) : nullptr;
-    if (!view || !top || !topDistance || *topDistance <= 0 || !world || !isFinite(*world))
+    const auto image = human.getObject2D(ObjectName::bodyImage);
+    const auto top = object ? topOf(*object) : image ? topOf(*image) : std::nullopt;
+    if (!top || !isFinite(top->robot) || !isFinite(top->world))
     {
-      ku::log::error(category(), "human has no Object3D with the required properties");
+      ku::log::error(category(), "human has no object with the required properties");
       return;
     }
+    write(human, *top, heightOffset);
+  }
+
+  static std::optional<Top> topOf(const Type::Object3D& object)
+  {
+    const auto view = ObjectView::of(object);
+    const auto top = propertyOf<Type::Vector2>(object, Object3DProperty::TopOfBlob);
+    const auto distance = propertyOf<std::int32_t>(object, Object3DProperty::TopOfBlobDist);
+    const auto robot = propertyOf<Type::Vector6>(object, Object3DProperty::CameraPositionRobot);
+    const auto world = propertyOf<Type::Vector6>(object, Object3DProperty::CameraPositionWorld);
+    if (!view || !top || !distance || *distance <= 0 || !robot || !world)
+      return std::nullopt;
+    return Top{view->camera,
+               top->x,
+               top->y - 0.5F,
+               0.001F * static_cast<float>(*distance),
+               isTrue(object, Object3DProperty::TopBorderTouched),
+               *robot,
+               *world};
+  }
+
+  static std::optional<Top> topOf(const Type::Object2D& object)
+  {
+    const auto region = propertyOf<Type::Region2>(object, Object2DProperty::Region2D);
+    const auto size = propertyOf<Type::Vector2>(object, Object2DProperty::SizeImage);
+    const auto fov = propertyOf<Type::Vector2>(object, Object2DProperty::FieldOfView);
+    const auto distance = propertyOf<std::int32_t>(object, Object2DProperty::Distance);
+    const auto robot = propertyOf<Type::Vector6>(object, Object2DProperty::CameraPositionRobot);
+    const auto world = propertyOf<Type::Vector6>(object, Object2DProperty::CameraPositionWorld);
+    if (!region || !size || !fov || !distance || *distance <= 0 || !robot || !world)
+      return std::nullopt;
+    const Pinhole camera(size->x, size->y, fov->x, fov->y);
+    if (!camera.isValid())
+      return std::nullopt;
+    return Top{camera,
+               0.5F * (region->start.x + region->end.x),
+               region->start.y - 0.5F,
+               0.001F * static_cast<float>(*distance),
+               isTrue(object, Object2DProperty::TopBorderTouched),
+               *robot,
+               *world};
+  }
+
+  static void write(Type::Human& human, const Top& top, float heightOffset)
+  {
     // The axis lies farther along the way that the pixel looks, seen from above.
-    const float depth = 0.001F * static_cast<float>(*topDistance);
-    const float upperEdge = top->y - 0.5F;
-    const cv::Vec3f front = view->camera.point(top->x, upperEdge, depth);
+    const CameraPose robot(top.robot);
+    const cv::Vec3f front = top.camera.point(top.u, top.v, top.depth);
     const cv::Vec3f axis = front * (1.0F + halfHeadDepth / std::hypot(front[0], front[1]));
-    const cv::Vec3f inRobot = view->robotPose.apply(axis);
-    const cv::Vec3f inWorld = CameraPose(*world).apply(axis);
-    const cv::Vec3f ray = inRobot - view->robotPose.translation;
+    const cv::Vec3f inRobot = robot.apply(axis);
+    const cv::Vec3f inWorld = CameraPose(top.world).apply(axis);
+    const cv::Vec3f ray = inRobot - robot.translation;
     const float height = inRobot[2] + heightOffset;
 
     human.setProperty(HumanProperty::Head3DPosition, makeData(inRobot[0], inRobot[1], inRobot[2]));
@@ -70,7 +125,7 @@ private:
     human.setProperty(HumanProperty::Height, makeData(height));
     // A body that is cut by the image's border is taller than what is seen of it.
     const auto known = propertyOf<float>(human, HumanProperty::MaxHeight);
-    if (!isTrue(*object, Object3DProperty::TopBorderTouched))
+    if (!top.isCut)
       human.setProperty(HumanProperty::MaxHeight, makeData(known ? std::max(*known, height) : height));
   }
 };

@@ -5,6 +5,7 @@
 #include "filters/perception/perceptionfilter.h"
 #include "filters/perception/perceptionfilters.h"
 #include "filtrix/image.h"
+#include "filtrix/ku/log.h"
 
 namespace ZR::Filtrix::Filters
 {
@@ -20,8 +21,15 @@ public:
     if (!accepts(inputs))
       return {};
     std::vector<std::shared_ptr<Type::Human>> people;
-    for (const auto& object : elementsOf<Type::Object3D>(inputs[0], category()))
-      people.push_back(makeCandidate(object));
+    for (const DataPtr& value : *inputs[0]->get<DataArray>())
+    {
+      if (const auto object = value ? value->share<Type::Object3D>() : nullptr)
+        people.push_back(makeCandidate(object));
+      else if (const auto image = value ? value->share<Type::Object2D>() : nullptr)
+        people.push_back(makeCandidate(image));
+      else
+        ku::log::error(category(), "expected objects only");
+    }
     return {toArray(people)};
   }
 
@@ -35,6 +43,16 @@ private:
     human->setScore(ScoreName::notHiddenByOtherBlob,
                     isTrue(*object, Object3DProperty::HiddenByOtherBlob) ? 0.0F : 1.0F);
     human->setScore(ScoreName::notLevitating, isTrue(*object, Object3DProperty::IsLevitating) ? 0.0F : 1.0F);
+    return human;
+  }
+
+  static std::shared_ptr<Type::Human> makeCandidate(const std::shared_ptr<Type::Object2D>& object)
+  {
+    auto human = std::make_shared<Type::Human>();
+    human->setObject2D(ObjectName::bodyImage, object);
+    const auto image = propertyOf<Type::ColorImage>(*object, Object2DProperty::Image);
+    human->setProperty(HumanProperty::Timestamp, makeData(image ? image->timestamp() : Type::Time::now()));
+    human->setScore(ScoreName::forNewTrack, 1.0F);
     return human;
   }
 };

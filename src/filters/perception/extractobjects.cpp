@@ -80,14 +80,16 @@ private:
   {
     const auto* const known = distances ? distances->get<DataArray>() : nullptr;
     std::vector<Found<Type::Object2D>> found;
-    for (std::size_t i = 0; i < blobs.size(); ++i)
+    for (const Blob& blob : blobs)
     {
-      // Distances are given in metres in the order of the regions.
-      const float metres = known != nullptr && i < known->size() && (*known)[i] ? (*known)[i]->toFloat() : 0.0F;
+      // Distances are given in metres, that of label 1 first.
+      const auto place = static_cast<std::size_t>(blob.label) - 1;
+      const bool isKnown = known != nullptr && place < known->size() && (*known)[place];
+      const float metres = isKnown ? (*known)[place]->toFloat() : 0.0F;
       const int distance = metres > 0.0F && metres < 100.0F ? static_cast<int>(1000.0F * metres) : 0;
-      const cv::Rect box = boxOf(blobs[i]);
+      const cv::Rect box = boxOf(blob);
       const int order = distance > 0 ? distance : std::numeric_limits<int>::max();
-      found.push_back({order, makeObject2D(labels(box) == blobs[i].label, box, image, poses, distance)});
+      found.push_back({order, makeObject2D(labels(box) == blob.label, box, image, poses, distance)});
     }
     return nearestOf(std::move(found));
   }
