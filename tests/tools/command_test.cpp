@@ -95,7 +95,7 @@ TEST_F(Command, ChecksPrograms)
                                              "event p { a }");
   EXPECT_EQ(filtrix("check " + good).out, good + ": no fault found\n");
 
-  const std::string bad = write("bad.fxs", "// a sum\nsource a { 1 }\n\nfilter F\n{\n  Ad add;\n}\n");
+  const std::string bad = write("bad.fxs", "# a sum\nsource a { 1 }\n\nfilter F\n{\n  Ad add;\n}\n");
   const Outcome outcome = filtrix("check " + bad, "2>/dev/null");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.out, AllOf(HasSubstr("bad.fxs:6:3: error:"), HasSubstr("Ad add"), HasSubstr("Did you mean")));
