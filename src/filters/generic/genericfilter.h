@@ -17,27 +17,24 @@ namespace ZR::Filtrix::Filters
 class GenericFilter : public FilterPrimitive
 {
 public:
-  GenericFilter(std::string name, std::string_view description_)
-      : FilterPrimitive(std::move(name)), description(description_)
-  {
-  }
+  GenericFilter(std::string filterName, std::string_view text) : FilterPrimitive(std::move(filterName)), about(text) {}
 
-  [[nodiscard]] std::string getDescription() const override { return description; }
+  [[nodiscard]] std::string getDescription() const override { return about; }
 
 protected:
   using Types = std::initializer_list<TypeTag>;
 
   /// A port without types takes every value.
-  void input(const std::string& name, Types types = {}) { declare(*addInput(name), types); }
+  void input(const std::string& port, Types types = {}) { declare(*addInput(port), types); }
 
-  void optionalInput(const std::string& name, Types types = {})
+  void optionalInput(const std::string& port, Types types = {})
   {
-    const PortPtr port = addInput(name);
-    declare(*port, types);
-    port->setOptional(true);
+    const PortPtr added = addInput(port);
+    declare(*added, types);
+    added->setOptional(true);
   }
 
-  void output(const std::string& name, Types types = {}) { declare(*addOutput(name), types); }
+  void output(const std::string& port, Types types = {}) { declare(*addOutput(port), types); }
 
 private:
   static void declare(Port& port, Types types)
@@ -46,6 +43,6 @@ private:
       port.addType(type);
   }
 
-  const std::string description;
+  const std::string about;
 };
 }  // namespace ZR::Filtrix::Filters

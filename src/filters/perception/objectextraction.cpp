@@ -23,6 +23,9 @@ constexpr int reach = 3;
 /// A side counts as hidden when this share of its outline has something nearer beside it.
 constexpr float hiddenShare = 0.15F;
 
+/// But an object of which so much is seen, in metres, is a body that merely stands beside something nearer.
+constexpr float wholeWidth = 0.40F;
+
 struct Borders
 {
   bool left;
@@ -100,8 +103,10 @@ bool isSideHidden(const cv::Mat& mask, const cv::Rect& box, const cv::Mat& depth
 
 // On the left, on the right or above: there the outline is the body's own or it is not. What stands before its feet is
 // nobody's concern here: people behind tables are people.
-bool isHidden(const cv::Mat& mask, const cv::Rect& box, const cv::Mat& depths)
+bool isHidden(const cv::Mat& mask, const cv::Rect& box, const cv::Mat& depths, float visibleWidth)
 {
+  if (visibleWidth >= wholeWidth)
+    return isSideHidden(mask, box, depths, 0, -1);
   return isSideHidden(mask, box, depths, -1, 0) || isSideHidden(mask, box, depths, 1, 0) ||
          isSideHidden(mask, box, depths, 0, -1);
 }
@@ -250,7 +255,7 @@ std::shared_ptr<Type::Object3D> makeObject3D(const cv::Mat& mask, const cv::Rect
                                                             depth.horizontalFov(), depth.verticalFov())));
   object->setProperty(Object3DProperty::Distance, makeData(static_cast<std::int32_t>(distance)));
   object->setProperty(Object3DProperty::RealVisibleSize, makeData(visible));
-  object->setProperty(Object3DProperty::HiddenByOtherBlob, makeData(isHidden(mask, box, depth.cvMat())));
+  object->setProperty(Object3DProperty::HiddenByOtherBlob, makeData(isHidden(mask, box, depth.cvMat(), visible.x)));
   object->setProperty(Object3DProperty::TopIsVerticallyOffset, makeData(false));
   return object;
 }

@@ -9,7 +9,7 @@
 
 namespace ZR::Filtrix::Filters
 {
-bool haveTypes(const DataList& inputs, std::initializer_list<TypeTag> types)
+bool haveTypes(const DataList& inputs, std::span<const TypeTag> types)
 {
   return std::ranges::equal(inputs, types,
                             [](const DataPtr& input, TypeTag type)
@@ -33,6 +33,22 @@ std::vector<DataPtr> peopleOf(const DataPtr& array, std::string_view category, s
   return people;
 }
 
+std::shared_ptr<Type::Human> firstSeenOf(const DataPtr& array, std::string_view category, std::string_view wrongType)
+{
+  const auto* const values = array ? array->get<DataArray>() : nullptr;
+  if (values == nullptr)
+    return nullptr;
+  for (const DataPtr& value : *values)
+  {
+    auto human = value ? value->share<Type::Human>() : nullptr;
+    if (!human)
+      ku::log::write(ku::log::Level::Error, category, wrongType);
+    else if (valueOf<bool>(*human, HumanProperty::IsVisible).value_or(true))
+      return human;
+  }
+  return nullptr;
+}
+
 void complainOfType(std::string_view holder, std::int32_t key, TypeTag expected, const Data& found)
 {
   ku::log::error("vision.filter.population", "{} property '{}': expected {}, got {}{}", holder,
@@ -44,6 +60,14 @@ std::optional<Type::Vector2> placeProperty(const Type::Human& human, std::int32_
 {
   const auto place = valueOf<Type::Vector2>(human, key);
   return place && std::isfinite(place->x) && std::isfinite(place->y) ? place : std::nullopt;
+}
+
+std::optional<std::uint64_t> countIn(const DataPtr& value)
+{
+  if (const auto* const count = value ? value->get<std::uint32_t>() : nullptr)
+    return *count;
+  const auto* const number = value ? value->get<std::int32_t>() : nullptr;
+  return number != nullptr && *number >= 0 ? std::optional<std::uint64_t>(*number) : std::nullopt;
 }
 
 std::optional<float> distanceOf(const Type::Human& human)

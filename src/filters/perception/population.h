@@ -7,9 +7,9 @@
 #include "filtrix/region.h"
 
 #include <cstdint>
-#include <initializer_list>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -18,7 +18,7 @@ namespace ZR::Filtrix::Filters
 {
 /// True when the inputs are as many as the types and each has a payload of its type. Says nothing otherwise: for
 /// filters whose message for bad input is their own.
-[[nodiscard]] bool haveTypes(const DataList& inputs, std::initializer_list<TypeTag> types);
+[[nodiscard]] bool haveTypes(const DataList& inputs, std::span<const TypeTag> types);
 
 /// The person that a value holds; null for null and for any other value. The value keeps it alive.
 [[nodiscard]] inline Type::Human* personIn(const DataPtr& value) noexcept
@@ -29,6 +29,11 @@ namespace ZR::Filtrix::Filters
 /// The elements of an array that are people, in order. For each other element `wrongType` is logged as an error.
 [[nodiscard]] std::vector<DataPtr> peopleOf(const DataPtr& array, std::string_view category,
                                             std::string_view wrongType);
+
+/// The first person of an array who is seen, or of whom it is not known; null when there is none. What stands before it
+/// and is no person is logged as above.
+[[nodiscard]] std::shared_ptr<Type::Human> firstSeenOf(const DataPtr& array, std::string_view category,
+                                                       std::string_view wrongType);
 
 /// Logs that a property was expected to be of another type. `holder` is "Human", "Object2D" or "Object3D".
 void complainOfType(std::string_view holder, std::int32_t key, TypeTag expected, const Data& found);
@@ -81,6 +86,9 @@ template <typename Holder>
 
 /// A Vector2 property of finite coordinates; any other counts as missing.
 [[nodiscard]] std::optional<Type::Vector2> placeProperty(const Type::Human& human, std::int32_t key);
+
+/// The number of an UnsignedInteger, or of an Integer from 0 up; nothing for any other value.
+[[nodiscard]] std::optional<std::uint64_t> countIn(const DataPtr& value);
 
 /// How far away a person is, in metres: what its Object3D says; without one, its Object2D "BodyImage". Nothing when
 /// there is neither, or when it does not say.
