@@ -7,7 +7,9 @@
 #include <boost/container/small_vector.hpp>
 #include <fmt/format.h>
 
+#include <optional>
 #include <stdexcept>
+#include <utility>
 
 namespace ZR::Filtrix::Filters
 {

@@ -7,7 +7,10 @@
 
 #include <charconv>
 #include <cmath>
+#include <limits>
 #include <stdexcept>
+#include <system_error>
+#include <utility>
 
 namespace ZR::Filtrix::Filters
 {
@@ -40,6 +43,14 @@ std::optional<float> readValue(std::string_view word)
 std::string quote(std::string_view text)
 {
   return fmt::format("\"{:.40}\"", text);
+}
+
+std::string readType(const ptree& tree)
+{
+  const auto text = tree.get_optional<std::string>("data.properties.type");
+  if (!text)
+    throw std::runtime_error("expected \"data.properties.type\", got none");
+  return std::string(trim(*text));
 }
 
 std::size_t readAmount(const ptree& tree, const char* path)
@@ -92,7 +103,7 @@ std::vector<const ptree*> findRows(const ptree& tree)
 std::optional<KnnTable> parseKnnTable(const std::string& text, std::string* type)
 {
   const ptree tree = parseXml(text);
-  *type = tree.get("data.properties.type", "");
+  *type = readType(tree);
   if (*type != "knn")
     return std::nullopt;
 

@@ -212,7 +212,7 @@ boost::property_tree::ptree parseXml(const std::string& text)
   std::istringstream stream(text);
   try
   {
-    xml::read_xml(stream, tree, xml::no_comments | xml::trim_whitespace);
+    xml::read_xml(stream, tree, xml::no_comments);
   }
   catch (const xml::xml_parser_error& error)
   {

@@ -17,7 +17,7 @@ inline constexpr std::size_t mostXmlElements = 1U << 18U;  ///< each costs some 
 /// was expected and what came, when there is no such file or it is larger than `largestXmlFile`.
 [[nodiscard]] std::string readSmallFile(const std::filesystem::path& path);
 
-/// The text as a tree, without comments and without the blanks around texts.
+/// The text as a tree, without comments; blanks stay.
 ///
 /// The reader calls itself for each element within another, so what is nested beyond the stack would end the program.
 /// Tags are therefore read beforehand by a strict grammar, in which nobody can hide one tag in another: names, and

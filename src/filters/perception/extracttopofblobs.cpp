@@ -19,7 +19,7 @@ namespace
 constexpr float confirmation = 0.06F;
 
 /// The distance at the top is that of a head: so far below it and to its sides, in metres.
-constexpr float headHeight = 0.20F;
+constexpr float headHeight = 0.16F;
 constexpr float headHalfWidth = 0.08F;
 
 std::optional<int> highestColumn(const std::vector<ColumnTop>& tops)
