@@ -8,7 +8,7 @@ install(TARGETS filtrix EXPORT FiltrixTargets
 install(DIRECTORY include/filtrix DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
 
 # Those who build graphs in C++ include the rooms' headers by the same names as we do: "graph/nodefilter.h".
-install(DIRECTORY src/graph src/exec src/program DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/filtrix/rooms FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY src/graph src/exec src/program src/platform src/module DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/filtrix/rooms FILES_MATCHING PATTERN "*.h")
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Filtrix)
 install(EXPORT FiltrixTargets NAMESPACE Filtrix:: DESTINATION ${package_dir})

@@ -47,7 +47,7 @@ void addGenericLibrary(FiltrixPrivate& registry)
 
 void addPerceptionLibrary(FiltrixPrivate& registry)
 {
-  for (auto& filter : Filters::makePerceptionFilters())
+  for (auto& filter : Filters::makePerceptionFilters(registry))
     registry.addFilter(std::move(filter));
   loadStartUpPrograms(registry);
 }

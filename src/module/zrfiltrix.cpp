@@ -164,11 +164,11 @@ ZRValue ZRFiltrix::getSourceDataOf(const std::string& source, const std::string&
 
 void ZRFiltrix::setData(const std::string& name, const ZRValue& value)
 {
-  const Filtrix::DataPtr current = filtrixPrivate->getSourceData(name, {}, readingDuration);
+  const Filtrix::DataPtr held = filtrixPrivate->getSourceData(name, {}, readingDuration);
   const Filtrix::DataPtr data = Bridge::toData(value);
-  if (current && current->getType() != data->getType())
+  if (held && held->type() != data->type())
     throw std::runtime_error(
-        fmt::format("Value type mismatches with the source data type:{}", Filtrix::Type::typeName(current->getType())));
+        fmt::format("Value type mismatches with the source data type:{}", Filtrix::Type::typeName(held->type())));
   filtrixPrivate->setData(name, data);
 }
 
@@ -182,7 +182,7 @@ float ZRFiltrix::getRobotHeightOffset()
   const Filtrix::DataPtr offset = filtrixPrivate->getSourceData(heightOffsetSource, {}, readingDuration);
   if (!offset)
     return 0.0F;
-  switch (offset->getType())
+  switch (offset->type())
   {
   case Filtrix::TypeTag::Float:
   case Filtrix::TypeTag::Integer:

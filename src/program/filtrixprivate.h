@@ -9,6 +9,7 @@
 #include "filtrix/usersource.h"
 #include "graph/filter.h"
 #include "graph/lambda.h"
+#include "graph/lambdafactory.h"
 #include "graph/nodesourcealias.h"
 #include "program/declarations.h"
 
@@ -55,7 +56,7 @@ struct PortDescription
 ///
 /// Locks: processes, then sources, then aliases; that of the filters comes last. No event, filter, callback or
 /// scheduler is called with one of them held.
-class FiltrixPrivate final : public ProcessRegistry
+class FiltrixPrivate final : public ProcessRegistry, public LambdaFactory
 {
 public:
   explicit FiltrixPrivate(std::uint32_t threadCount = 2);
@@ -90,7 +91,7 @@ public:
   void addClassifierType(const std::string& type, ClassifierLoader load);
 
   /// The library filter as a value; null when there is none.
-  [[nodiscard]] std::shared_ptr<Type::Lambda> createLambda(const std::string& filterName) const;
+  [[nodiscard]] std::shared_ptr<Type::Lambda> createLambda(const std::string& filterName) const override;
   bool deleteFilter(const std::string& name);
   [[nodiscard]] bool hasFilter(const std::string& name) const;
   [[nodiscard]] std::vector<std::string> getFilters() const;
@@ -123,6 +124,10 @@ public:
 
   /// The highest frequency among the live processes that read the source; for an alias, that of its target too.
   [[nodiscard]] float getSourceFrequency(const std::string& name) const;
+
+  /// How often the source is wanted: the highest frequency among the live processes that read it, through aliases too.
+  /// 0: nobody wants it. What brings values in goes by this.
+  [[nodiscard]] float getSourceDemand(const std::string& name) const;
 
   /// The value of a source or an alias; of a process's own source when `process` is not empty. Null on failure.
   [[nodiscard]] DataPtr getSourceData(const std::string& source, const std::string& process = {},

@@ -227,6 +227,31 @@ float FiltrixPrivate::getSourceFrequency(const std::string& name) const
   return best;
 }
 
+float FiltrixPrivate::getSourceDemand(const std::string& name) const
+{
+  const std::scoped_lock lock(processMutex, sourceMutex, aliasMutex);
+  const NodeSourcePtr wanted = _lookUpSource(name);
+  if (!wanted)
+    return 0.0F;
+  const auto leadsThere = [&](const auto& entry)
+  {
+    NodeSourcePtr source = entry.second;
+    while (source && source != wanted)
+    {
+      const auto* const alias = dynamic_cast<const NodeSourceAlias*>(source.get());
+      source = alias != nullptr ? alias->getTarget() : nullptr;
+    }
+    return source != nullptr;
+  };
+  float demand = 0.0F;
+  for (const auto& [processName, process] : processes)
+  {
+    if (process->isLive() && process->getFrequency() > demand && std::ranges::any_of(process->getSources(), leadsThere))
+      demand = process->getFrequency();
+  }
+  return demand;
+}
+
 DataPtr FiltrixPrivate::getSourceData(const std::string& source, const std::string& process, Duration duration) const
 {
   NodeSourcePtr node;

@@ -68,12 +68,12 @@ TEST_F(Command, RunsAProgramAndPrintsItsSinks)
       write("sum.fxs", "source a { 1 }\nsource gain { 0.5 }\n"
                        "process p(Add, 1, 50.0) { left <= a; right <= 2; out => sum; }\n"
                        "process q(Multiply, 1, 50.0) { left <= gain; right <= 3.0; out => o; }");
-  const Outcome outcome = filtrix("run --robot none " + program +
-                                  " --set a=40 --set gain=2 --print p:sum --print q:o@20 --for 0.5 --stats");
+  const Outcome outcome =
+      filtrix("run " + program + " --set a=40 --set gain=2 --print p:sum --print q:o@20 --for 0.5 --stats");
   EXPECT_EQ(outcome.status, 0) << outcome.out;
   EXPECT_THAT(outcome.out, AllOf(HasSubstr("p:sum = 42"), HasSubstr("q:o = 6"), HasSubstr("of 50.0 Hz")));
 
-  const Outcome json = filtrix("run --robot none " + program + " --json --print p:sum --for 0.3", "2>/dev/null");
+  const Outcome json = filtrix("run " + program + " --json --print p:sum --for 0.3", "2>/dev/null");
   const auto line = nlohmann::json::parse(json.out.substr(0, json.out.find('\n')));
   EXPECT_EQ(line.at("sink"), "p:sum");
   EXPECT_EQ(line.at("value"), nlohmann::json::array({"Integer", 3}));
@@ -82,7 +82,7 @@ TEST_F(Command, RunsAProgramAndPrintsItsSinks)
 TEST_F(Command, StopsCleanlyWhenItIsInterrupted)
 {
   const std::string program = write("one.fxs", "process p(Identity, 1, 50.0) { in <= 1; out => o; }");
-  const Outcome outcome = filtrix("run --robot none " + program +
+  const Outcome outcome = filtrix("run " + program +
                                       " --print p:o --stats & "
                                       "child=$!; sleep 1; kill -INT $child; wait $child",
                                   "");
@@ -143,8 +143,8 @@ TEST_F(Command, RefusesAWrongCommandLine)
     EXPECT_EQ(filtrix(arguments).status, 2) << arguments;
   EXPECT_EQ(filtrix("--help").status, 0);
   const std::string program = write("p.fxs", "source a { 1 }");
-  EXPECT_EQ(filtrix("run --robot none " + program + " --set nothing=1 --for 0.1").status, 1);
-  EXPECT_EQ(filtrix("run --robot none " + program + " --print p:o --for 0.1").status, 1);
+  EXPECT_EQ(filtrix("run " + program + " --set nothing=1 --for 0.1").status, 1);
+  EXPECT_EQ(filtrix("run " + program + " --print p:o --for 0.1").status, 1);
   EXPECT_THAT(filtrix("completion bash | bash -n").out, IsEmpty());
 }
 }  // namespace

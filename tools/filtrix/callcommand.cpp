@@ -54,7 +54,7 @@ int call(const CallOptions& options)
 
 int listMethods()
 {
-  const Session session(RobotOptions{"none", {}});
+  const Session session;
   for (const ku::Method& method : session.module().getMethods())
   {
     std::cout << method.signature() << "\n    " << method.description << '\n';

@@ -22,6 +22,7 @@ inline constexpr int usage = 2;    ///< the command line itself is wrong
 
 using Action = std::function<int()>;
 
+void addPeopleCommand(CLI::App& app, Action& action);
 void addRunCommand(CLI::App& app, Action& action);
 void addCheckCommand(CLI::App& app, Action& action);
 void addFiltersCommand(CLI::App& app, Action& action);

@@ -42,7 +42,7 @@ void describe(const FiltrixPrivate& registry, const std::string& name)
 
 int filters(const std::string& wanted, bool namesOnly)
 {
-  const Session session(RobotOptions{"none", {}});
+  const Session session;
   const FiltrixPrivate& registry = session.registry();
   const std::vector<std::string> names = registry.getFilters();
   if (wanted.empty())

@@ -66,7 +66,7 @@ int draw(const std::string& dot, const std::string& format, const std::string& o
 
 int graph(const GraphOptions& options)
 {
-  const Session session(RobotOptions{"none", {}});
+  const Session session;
   FiltrixPrivate& registry = session.registry();
   for (const std::string& program : options.programs)
   {

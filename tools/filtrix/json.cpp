@@ -63,29 +63,29 @@ json toJson(const ZRValue& value)
   return nullptr;
 }
 
-ZRValue fromJson(const json& json)
+ZRValue fromJson(const json& source)
 {
-  if (json.is_boolean())
-    return json.get<bool>();
-  if (json.is_number_unsigned())
-    return json.get<std::uint64_t>();
-  if (json.is_number_integer())
-    return json.get<std::int64_t>();
-  if (json.is_number())
-    return json.get<double>();
-  if (json.is_string())
-    return json.get<std::string>();
-  if (json.is_array())
+  if (source.is_boolean())
+    return source.get<bool>();
+  if (source.is_number_unsigned())
+    return source.get<std::uint64_t>();
+  if (source.is_number_integer())
+    return source.get<std::int64_t>();
+  if (source.is_number())
+    return source.get<double>();
+  if (source.is_string())
+    return source.get<std::string>();
+  if (source.is_array())
   {
     ZRValue::Array items;
-    for (const auto& item : json)
+    for (const auto& item : source)
       items.push_back(fromJson(item));
     return ZRValue(std::move(items));
   }
-  if (json.is_object())
+  if (source.is_object())
   {
     ZRValue::Map entries;
-    for (const auto& [key, entry] : json.items())
+    for (const auto& [key, entry] : source.items())
       entries.emplace(key, fromJson(entry));
     return ZRValue(std::move(entries));
   }

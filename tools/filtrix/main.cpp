@@ -20,12 +20,14 @@ int main(int argc, char** argv)
   app.set_version_flag("--version", FILTRIX_VERSION);
   app.require_subcommand(1);
   app.footer("Examples:\n"
+             "  filtrix people --camera 0              finds people before this machine's camera\n"
              "  filtrix filters                        what there is to build programs from\n"
              "  filtrix check hello.fxs                finds the faults of a program without running it\n"
              "  filtrix run hello.fxs --print p:sink   runs it and prints a sink as it changes\n\n"
              "Exit status: 0 done, 1 something failed or a fault was found, 2 the command line is wrong.\n"
              "The environment variable FILTRIX_LOG sets how much is logged, 1 (least) to 6.");
   Tool::Action action;
+  Tool::addPeopleCommand(app, action);
   Tool::addRunCommand(app, action);
   Tool::addCheckCommand(app, action);
   Tool::addFiltersCommand(app, action);

@@ -6,6 +6,7 @@
 #include "program/filtrixprivate.h"
 #include "program/literal.h"
 #include "tools/filtrix/commands.h"
+#include "tools/filtrix/interrupt.h"
 #include "tools/filtrix/json.h"
 #include "tools/filtrix/progress.h"
 #include "tools/filtrix/session.h"
@@ -18,7 +19,6 @@
 #include <charconv>
 #include <chrono>
 #include <condition_variable>
-#include <csignal>
 #include <deque>
 #include <iostream>
 #include <memory>
@@ -45,13 +45,6 @@ struct RunOptions
   bool importAnywhere = false;
 };
 
-volatile std::sig_atomic_t interrupted = 0;
-
-void onSignal(int)
-{
-  interrupted = 1;
-}
-
 // SOURCE=VALUE, the value as a program would write it, brought to the type that the source holds.
 void setValue(Session& session, const std::string& assignment)
 {
@@ -67,7 +60,7 @@ void setValue(Session& session, const std::string& assignment)
   if (std::ranges::find(sources, source) == sources.end())
     throw std::invalid_argument("--set: there is no source \"" + source + "\"");
   const DataPtr current = session.registry().getSourceData(source);
-  const TypeTag type = current ? current->getType() : value->getType();
+  const TypeTag type = current ? current->type() : value->type();
   const ZRValue plain = ValueBridge::toZRValue(value).at(1);
   session.module().setData(source, ZRValue::array(std::string(Type::typeName(type)), plain));
 }
@@ -104,7 +97,7 @@ public:
   {
     // A signal sets a flag alone: it is looked at ten times a second.
     constexpr std::chrono::milliseconds longestWait(100);
-    while (interrupted == 0 && SteadyClock::now() < end && std::cout.good())
+    while (!wasInterrupted() && SteadyClock::now() < end && std::cout.good())
     {
       _ask(registry);
       auto wake = std::min(end, SteadyClock::now() + longestWait);
@@ -174,13 +167,13 @@ private:
   {
     if (json)
     {
-      const nlohmann::json line = {{"time", value ? value->getTimestamp().microseconds() : 0},
+      const nlohmann::json line = {{"time", value ? value->timestamp().microseconds() : 0},
                                    {"sink", sink},
                                    {"value", toJson(ValueBridge::toZRValue(value))}};
       std::cout << line.dump() << std::endl;
       return;
     }
-    std::cout << sink << " = " << (value ? toText(*value) : "null") << std::endl;
+    std::cout << sink << " = " << (value ? Type::toText(*value) : "null") << std::endl;
   }
 
   const bool json;
@@ -223,8 +216,7 @@ int run(const RunOptions& options)
   if (options.sinks.empty())
     tellSinks(registry);
 
-  std::signal(SIGINT, &onSignal);
-  std::signal(SIGTERM, &onSignal);
+  catchInterrupts();
   const auto end = options.seconds > 0.0 ? SteadyClock::now() + std::chrono::duration_cast<SteadyClock::duration>(
                                                                     std::chrono::duration<double>(options.seconds))
                                          : SteadyClock::time_point::max();

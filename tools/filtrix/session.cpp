@@ -2,33 +2,56 @@
 
 #include "module/entry.h"
 #include "module/zrfiltrix.h"
-#include "platform/sim/robot.h"
+#include "platform/cameraservice.h"
+#include "platform/capture/capturerobot.h"
+#include "platform/replay/replayrobot.h"
 
 #include <CLI/CLI.hpp>
+
+#include <exception>
 
 namespace ZR::Filtrix::Tool
 {
 void addRobotOptions(CLI::App& command, RobotOptions& options)
 {
-  command.add_option("--robot", options.robot, "The robot: simulated, or none at all")
-      ->check(CLI::IsMember({"sim", "none"}))
-      ->capture_default_str();
-  command.add_option("--scene", options.scene, "What the simulated robot sees: a scene's name or file")
-      ->capture_default_str();
+  CLI::Option* const replay =
+      command.add_option("--replay", options.replay, "Plays a recording or a folder of pictures as the robot");
+  command
+      .add_option("--camera", options.camera, "Looks through a camera of this machine (its number), a film or a stream")
+      ->excludes(replay);
 }
 
 Session::Session(const RobotOptions& options)
 {
-  if (options.robot == "sim")
+  if (!options.replay.empty())
   {
-    robot = std::make_unique<Sim::Robot>(options.scene);
-    robot->attach(*host.broker());
+    replay = std::make_unique<Replay::ReplayRobot>(options.replay, Replay::ReplayOptions{.loop = true});
+    replay->attach(*host.broker());
+  }
+  else if (!options.camera.empty())
+  {
+    Capture::CaptureOptions capturing;
+    capturing.cameras[0].source = options.camera;
+    capture = std::make_unique<Capture::CaptureRobot>(capturing);
+    capture->attach(*host.broker());
   }
   _createModule(host.broker());
   theModule = std::dynamic_pointer_cast<ZRFiltrix>(host.broker()->find(ZRFiltrix::moduleName));
 }
 
 Session::~Session() = default;
+
+bool Session::hasDepthCamera() const
+{
+  try
+  {
+    return CameraProxy(host.broker())->hasDepthCamera();
+  }
+  catch (const std::exception&)
+  {
+    return false;
+  }
+}
 
 FiltrixPrivate& Session::registry() const
 {

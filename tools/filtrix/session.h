@@ -20,9 +20,14 @@ namespace ZR::Filtrix
 class FiltrixPrivate;
 }
 
-namespace ZR::Sim
+namespace ZR::Replay
 {
-class Robot;
+class ReplayRobot;
+}
+
+namespace ZR::Capture
+{
+class CaptureRobot;
 }
 
 namespace ZR::Filtrix::Tool
@@ -30,18 +35,18 @@ namespace ZR::Filtrix::Tool
 /// Which robot the module is given.
 struct RobotOptions
 {
-  std::string robot = "sim";   ///< "sim" or "none"
-  std::string scene = "walk";  ///< of the simulated robot: a name among the data files, or a path
+  std::string replay;  ///< a recording or a folder of pictures; empty for none
+  std::string camera;  ///< the number of a camera of this machine, a film, or a stream; empty for none
 };
 
-/// Adds `--robot` and `--scene`.
+/// Adds `--replay` and `--camera`.
 void addRobotOptions(CLI::App& command, RobotOptions& options);
 
-/// A host in this process with a robot and the module.
+/// A host in this process with a robot, or none, and the module.
 class Session final
 {
 public:
-  /// Throws std::exception when the scene cannot be read.
+  /// Throws std::exception when the recording or the camera cannot be opened.
   explicit Session(const RobotOptions& options = {});
   ~Session();
 
@@ -49,8 +54,12 @@ public:
 
   [[nodiscard]] FiltrixPrivate& registry() const;
 
+  /// False also when the robot has no cameras at all.
+  [[nodiscard]] bool hasDepthCamera() const;
+
 private:
-  std::unique_ptr<Sim::Robot> robot;
+  std::unique_ptr<Replay::ReplayRobot> replay;
+  std::unique_ptr<Capture::CaptureRobot> capture;
   Host host;
   std::shared_ptr<ZRFiltrix> theModule;
 };

@@ -109,6 +109,8 @@ public:
     output("out");
   }
 
+  [[nodiscard]] bool isStateful() const override { return true; }
+
   DataList applyFilter(const DataList& inputs, const ProcessKey& processKey, const ProcessKey& scopeKey,
                        std::uint64_t) override;
 };

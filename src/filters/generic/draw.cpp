@@ -62,10 +62,10 @@ public:
   // Its end corner stays open.
   void drawOutline(const Type::Region2& region) const
   {
-    const int left = truncateToInt(region.start.x);
-    const int top = truncateToInt(region.start.y);
-    const int right = truncateToInt(region.end.x);
-    const int bottom = truncateToInt(region.end.y);
+    const int left = truncateToInt(static_cast<double>(region.start.x));
+    const int top = truncateToInt(static_cast<double>(region.start.y));
+    const int right = truncateToInt(static_cast<double>(region.end.x));
+    const int bottom = truncateToInt(static_cast<double>(region.end.y));
     for (const int y : {top, bottom})
       drawRow(left, right, y);
     for (const int x : {left, right})
@@ -76,8 +76,8 @@ public:
   void drawCross(const Type::Vector2& centre) const
   {
     constexpr std::int64_t arm = 3;
-    const int x = truncateToInt(centre.x);
-    const int y = truncateToInt(centre.y);
+    const int x = truncateToInt(static_cast<double>(centre.x));
+    const int y = truncateToInt(static_cast<double>(centre.y));
     drawRow(x - arm, x + arm + 1, y);
     drawColumn(y - arm, y + arm + 1, x);
     if (x >= 0 && x < image.cols && y >= 0 && y < image.rows)

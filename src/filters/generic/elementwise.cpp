@@ -9,8 +9,8 @@
 
 namespace ZR::Filtrix::Filters
 {
-ElementwiseFilter::ElementwiseFilter(const std::string& name, std::string_view description, Operation operation_)
-    : GenericFilter(name, description), operation(std::move(operation_))
+ElementwiseFilter::ElementwiseFilter(const std::string& name_, std::string_view description, Operation operation_)
+    : GenericFilter(name_, description), operation(std::move(operation_))
 {
   for (const char* const side : {"left", "right"})
   {

@@ -1,6 +1,6 @@
-#include "data/imagepool.h"
 #include "filters/generic/filterinputs.h"
 #include "filters/generic/genericfilter.h"
+#include "filters/generic/pixelloops.h"
 #include "filtrix/image.h"
 
 #include <opencv2/core.hpp>
@@ -9,15 +9,21 @@ namespace ZR::Filtrix::Filters
 {
 namespace
 {
-cv::Mat invert(const cv::Mat& image, bool isBinary)
+struct IsBackground
+{
+  [[gnu::always_inline]] void operator()(const std::uint8_t* in, std::uint8_t* out, int pixels) const
+  {
+    for (int x = 0; x < pixels; ++x)
+      out[x] = in[x] == 0 ? 255 : 0;
+  }
+};
+
+// 255 minus each element.
+cv::Mat invertLevels(const cv::Mat& image)
 {
   cv::Mat result = makePooledMat(image.rows, image.cols, image.type());
-  if (image.empty())
-    return result;
-  if (isBinary)
-    cv::compare(image, 0, result, cv::CMP_EQ);
-  else
-    cv::bitwise_not(image, result);  // of a byte, that is 255 minus it
+  if (!image.empty())
+    cv::bitwise_not(image, result);
   return result;
 }
 }  // namespace
@@ -50,7 +56,8 @@ DataList Invert::applyFilter(const DataList& inputs, const ProcessKey&, const Pr
     return {makeData(!inputs[0]->toBool())};
   if (!isOneOf(type, {TypeTag::ColorImage, TypeTag::GrayscaleImage, TypeTag::BinaryImage}))
     return {};
-  const cv::Mat inverse = invert(Type::toCvMat(*inputs[0]), type == TypeTag::BinaryImage);
+  const cv::Mat image = Type::toCvMat(*inputs[0]);
+  const cv::Mat inverse = type == TypeTag::BinaryImage ? mapPixels(image, IsBackground()) : invertLevels(image);
   return {Type::toData(type, inverse, *inputs[0])};
 }
 

@@ -14,8 +14,8 @@ namespace ZR::Filtrix::Filters
 /// | in1, in2   | any   | the values                                               |
 /// | out1, out2 | any   | the same values, shared, or nothing on any while one is missing |
 ///
-/// Two values is what a program needs most: a picture and what was found in it. For three, feed one pair's output into
-/// another pair. Stateless.
+/// Two values is what a program needs most: a picture and what was found in it. Three take three of these: one for the
+/// first two, one for its first output and the third, one for its second output and that third. Stateless.
 class Mandatory final : public GenericFilter
 {
 public:
@@ -28,9 +28,7 @@ private:
 };
 
 Mandatory::Mandatory(std::size_t count_)
-    : GenericFilter("Mandatory", "Gives its values when all are there, and none while one is missing. Two values, the "
-                                 "least that can be incomplete; more are made of several of these."),
-      count(count_)
+    : GenericFilter("Mandatory", "Gives its values when all are there, and none while one is missing."), count(count_)
 {
   for (std::size_t i = 1; i <= count; ++i)
   {

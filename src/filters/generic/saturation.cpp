@@ -4,7 +4,6 @@
 #include "filtrix/image.h"
 
 #include <algorithm>
-#include <array>
 
 namespace ZR::Filtrix::Filters
 {
@@ -17,8 +16,8 @@ struct ToSaturation
   [[gnu::always_inline]] void operator()(const std::uint8_t* in, std::uint8_t* out, int pixels) const
   {
     constexpr int block = 256;
-    std::array<std::uint8_t, block> greatest;
-    std::array<std::uint8_t, block> spread;
+    std::uint8_t greatest[block];
+    std::uint8_t spread[block];
     for (int begin = 0; begin < pixels; begin += block)
     {
       const int count = std::min(block, pixels - begin);

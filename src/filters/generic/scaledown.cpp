@@ -60,7 +60,7 @@ DataList ScaleDown::applyFilter(const DataList& inputs, const ProcessKey&, const
     return {inputs[0]};
 
   const auto* const row = std::ranges::find(ofTypes, inputs[0]->type(), &OfType::type);
-  if (row == std::end(ofTypes))
+  if (row == std::end(ofTypes) || !inputs[0]->rawPointer())
   {
     logInvalidInput("filtrix.filter.scaledown", "ScaleDown");
     return {};

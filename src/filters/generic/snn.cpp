@@ -99,12 +99,8 @@ cv::Mat averageNearest(const cv::Mat& image, int radius)
 {
   cv::Mat result = makePooledMat(image.rows, image.cols, CV_8UC1);
   result.setTo(cv::Scalar());
-  const std::int64_t side = 2 * std::int64_t{radius} + 1;
-  if (side > image.rows || side > image.cols)
-    return result;
-
-  constexpr std::int64_t greatestPixel = std::numeric_limits<std::uint8_t>::max();
-  const bool small = (pairCount(radius) + 1) * greatestPixel <= std::numeric_limits<std::uint16_t>::max();
+  constexpr int greatestCount = std::numeric_limits<std::uint16_t>::max() / std::numeric_limits<std::uint8_t>::max();
+  const bool small = pairCount(radius) + 1 <= greatestCount;
   const auto average = small ? &averageStretch<std::uint16_t> : &averageStretch<std::uint64_t>;
   for (int y = radius; y < image.rows - radius; ++y)
   {

@@ -1,6 +1,7 @@
 #include "data/imagepool.h"
 #include "filters/generic/filterinputs.h"
 #include "filters/generic/genericfilter.h"
+#include "filters/generic/inputas.h"
 #include "filters/generic/labels.h"
 #include "filtrix/audiobuffer.h"
 #include "filtrix/image.h"
@@ -124,9 +125,9 @@ cv::Mat fromPoints(const cv::Mat& points)
   return picture;
 }
 
-DataPtr fromAudio(const Data& value)
+DataPtr fromAudio(const Type::AudioBuffer& sound)
 {
-  auto picture = std::make_shared<Type::ColorImage>(value.get<Type::AudioBuffer>()->draw());
+  auto picture = std::make_shared<Type::ColorImage>(sound.draw());
   const Time time = picture->timestamp();
   DataPtr result = makeData(std::move(picture));
   result->setTimestamp(time);
@@ -181,11 +182,13 @@ public:
 
 DataList ToColorImage::applyFilter(const DataList& inputs, const ProcessKey&, const ProcessKey&, std::uint64_t)
 {
-  const TypeTag type = inputs.size() == 1 ? typeOf(inputs[0]) : TypeTag::Invalid;
+  if (inputs.size() != 1)
+    return {};
+  const TypeTag type = typeOf(inputs[0]);
   if (type == TypeTag::ColorImage)
     return {inputs[0]};
-  if (type == TypeTag::AudioBuffer)
-    return {fromAudio(*inputs[0])};
+  if (const auto* const sound = inputAs<Type::AudioBuffer>(inputs, 0))
+    return {fromAudio(*sound)};
   if (!isOneOf(type, {TypeTag::BinaryImage, TypeTag::LabelImage, TypeTag::GrayscaleImage, TypeTag::DepthImage,
                       TypeTag::XYZImage}))
     return {};

@@ -9,9 +9,9 @@
 namespace ZR::Filtrix::Filters
 {
 PerceptionFilter::PerceptionFilter(std::string_view name)
-    : catalogueRow(catalogueEntry(name)), logCategory("vision.filter." + std::string(name))
+    : catalogueRow(catalogueEntry(name)), defaultCategory("vision.filter." + std::string(name))
 {
-  std::ranges::transform(logCategory, logCategory.begin(),
+  std::ranges::transform(defaultCategory, defaultCategory.begin(),
                          [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
   for (const std::string& declaration : catalogueRow.inputs)
     inputPorts.push_back(read(declaration));
@@ -29,7 +29,7 @@ bool PerceptionFilter::accepts(const DataList& inputs) const
                       (port.types.empty() || std::ranges::find(port.types, value->type()) != port.types.end());
     if (fits)
       continue;
-    ku::log::error(logCategory, "invalid input: expected {}, got {}", port.declaration,
+    ku::log::error(defaultCategory, "invalid input: expected {}, got {}", port.declaration,
                    value != nullptr ? Type::typeName(value->type()) : "nothing");
     return false;
   }

@@ -32,7 +32,7 @@ protected:
   [[nodiscard]] bool accepts(const DataList& inputs) const;
 
   /// "vision.filter." and the name in lower case.
-  [[nodiscard]] const std::string& category() const noexcept { return logCategory; }
+  [[nodiscard]] const std::string& category() const noexcept { return defaultCategory; }
 
 private:
   struct Input
@@ -45,7 +45,7 @@ private:
   static Input read(const std::string& declaration);
 
   const CatalogueEntry& catalogueRow;
-  std::string logCategory;
+  std::string defaultCategory;
   std::vector<Input> inputPorts;
 };
 }  // namespace ZR::Filtrix::Filters

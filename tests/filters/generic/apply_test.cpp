@@ -85,6 +85,9 @@ TEST(Apply, RefusesAFilterThatAppliesItself)
   const DataPtr arguments = makeData(DataArray{itself, arrayOf({1})});
   EXPECT_THAT(FilterBench(makeApply())({itself, arguments}), ElementsAre(DataPtr()));
   EXPECT_THAT(log.texts(), ElementsAre("The lambda of \"Apply\" is applied within itself."));
+
+  // A lambda keeps its last arguments: one that holds itself would never end.
+  EXPECT_THAT(FilterBench(makeApply())({itself, makeData(DataArray(2))}), ElementsAre(DataPtr()));
 }
 
 TEST(Apply, PassesOnWhatTheFilterThrowsAndIsFitForTheNextRun)

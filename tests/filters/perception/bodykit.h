@@ -121,7 +121,7 @@ private:
                                             {"CreateHuman", &Filters::makeCreateHuman}};
 };
 
-inline DataPtr apply(const std::shared_ptr<UserFilter>& filter, const DataList& inputs)
+inline DataPtr applyFilter(const std::shared_ptr<UserFilter>& filter, const DataList& inputs)
 {
   return FilterBench(filter).first(inputs);
 }
@@ -130,13 +130,13 @@ inline DataPtr apply(const std::shared_ptr<UserFilter>& filter, const DataList& 
 inline DataPtr findObjects(const DataPtr& depth, const Type::Vector6& camera)
 {
   const DataPtr pose = makeData(camera);
-  const DataPtr tables = apply(Filters::makeComputeProjectionTables(), {depth});
-  const DataPtr standing = apply(Filters::makeCutFloor(), {depth, pose, makeData(0.0F), tables, makeData(0.06F)});
+  const DataPtr tables = applyFilter(Filters::makeComputeProjectionTables(), {depth});
+  const DataPtr standing = applyFilter(Filters::makeCutFloor(), {depth, pose, makeData(0.0F), tables, makeData(0.06F)});
   const DataPtr labels = FilterBench(Filters::makeLabelize()).first({standing, makeData(std::int32_t{150})});
-  DataPtr objects = apply(Filters::makeExtractObjects(), {labels, depth, pose, pose, pose, nullptr});
+  DataPtr objects = applyFilter(Filters::makeExtractObjects(), {labels, depth, pose, pose, pose, nullptr});
   for (const auto make :
        {&Filters::makeComputeHorizontalHistogram, &Filters::makeExtractTopOfBlobs, &Filters::makeExtractBottomDistance})
-    objects = apply(make(), {objects});
+    objects = applyFilter(make(), {objects});
   return objects;
 }
 
@@ -144,11 +144,11 @@ inline DataPtr findObjects(const DataPtr& depth, const Type::Vector6& camera)
 inline std::vector<std::shared_ptr<Type::Human>> findPeople(const DataPtr& depth, const Type::Vector6& camera)
 {
   const FilterShelf shelf;
-  DataPtr people = apply(Filters::makeCreateHuman(), {findObjects(depth, camera)});
-  people = apply(Filters::makeFindHeads(), {apply(Filters::makeAnalyseBodySize(), {people})});
-  people = apply(Filters::makeSplitHumans(shelf), {people});
-  people = apply(Filters::makeFindHeads(), {apply(Filters::makeAnalyseBodySize(), {people})});
-  people = apply(Filters::makeComputeTopPosition(), {people, makeData(0.0F)});
+  DataPtr people = applyFilter(Filters::makeCreateHuman(), {findObjects(depth, camera)});
+  people = applyFilter(Filters::makeFindHeads(), {applyFilter(Filters::makeAnalyseBodySize(), {people})});
+  people = applyFilter(Filters::makeSplitHumans(shelf), {people});
+  people = applyFilter(Filters::makeFindHeads(), {applyFilter(Filters::makeAnalyseBodySize(), {people})});
+  people = applyFilter(Filters::makeComputeTopPosition(), {people, makeData(0.0F)});
   return Filters::elementsOf<Type::Human>(people, "test");
 }
 }  // namespace ZR::Filtrix::Test

@@ -49,7 +49,7 @@ protected:
     const auto body = elementsOf<Type::Object3D>(objects, "t").front();
     const Keys before = keysOf(*body);
     inputs.insert(inputs.begin(), objects);
-    objects = apply(filter, inputs);
+    objects = applyFilter(filter, inputs);
     return added(before, keysOf(*elementsOf<Type::Object3D>(objects, "t").front()));
   }
 
@@ -65,7 +65,7 @@ protected:
     const Keys human0 = keysOf(*human);
     const Keys object0 = keysOf(*bodyOf(*human));
     inputs.insert(inputs.begin(), people);
-    people = apply(filter, inputs);
+    people = applyFilter(filter, inputs);
     const auto after = elementsOf<Type::Human>(people, "t").front();
     return {added(human0, keysOf(*after)), added(object0, keysOf(*bodyOf(*after)))};
   }
@@ -79,10 +79,10 @@ protected:
 TEST_F(Properties, OfObjectsComeFromTheFiltersThatOwnThem)
 {
   const DataPtr pose = makeData(camera);
-  const DataPtr tables = apply(makeComputeProjectionTables(), {depth});
-  const DataPtr standing = apply(makeCutFloor(), {depth, pose, makeData(0.0F), tables, makeData(0.06F)});
+  const DataPtr tables = applyFilter(makeComputeProjectionTables(), {depth});
+  const DataPtr standing = applyFilter(makeCutFloor(), {depth, pose, makeData(0.0F), tables, makeData(0.06F)});
   const DataPtr labels = FilterBench(makeLabelize()).first({standing, makeData(std::int32_t{150})});
-  objects = apply(makeExtractObjects(), {labels, depth, pose, pose, pose, nullptr});
+  objects = applyFilter(makeExtractObjects(), {labels, depth, pose, pose, pose, nullptr});
   const Keys extracted{O::PixelCount,
                        O::ReconstructedDepthImage,
                        O::Mask,
@@ -108,13 +108,13 @@ TEST_F(Properties, OfObjectsComeFromTheFiltersThatOwnThem)
   EXPECT_THAT(written(makeCheckLevitation(), {nullptr}), ContainerEq(Keys{O::IsLevitating}));
   EXPECT_THAT(written(makeCompute3DPositions(), {}),
               ContainerEq(Keys{O::PositionInTorsoFrame, O::PositionInRobotFrame, O::PositionInWorldFrame}));
-  const DataPtr again = apply(makeExtractObjects(), {labels, depth, pose, pose, pose, nullptr});
+  const DataPtr again = applyFilter(makeExtractObjects(), {labels, depth, pose, pose, pose, nullptr});
   EXPECT_THAT(written(makeMatchObjects3D(), {again}), ContainerEq(Keys{O::MatchedReference}));
 }
 
 TEST_F(Properties, OfPeopleComeFromTheFiltersThatOwnThem)
 {
-  people = apply(makeCreateHuman(), {findObjects(depth, camera)});
+  people = applyFilter(makeCreateHuman(), {findObjects(depth, camera)});
   const auto human = elementsOf<Type::Human>(people, "t").front();
   EXPECT_THAT(keysOf(*human), ContainerEq(Keys{H::Timestamp}));
   EXPECT_EQ(human->getScore(ScoreName::notHiddenByOtherBlob), 1.0F);
@@ -142,8 +142,8 @@ TEST_F(Properties, OfPeopleComeFromTheFiltersThatOwnThem)
               ContainerEq(Keys{H::ShirtColorName, H::ShirtColorNameHistory, H::ShirtColorHistogram, H::ShirtColor}));
   EXPECT_EQ(*propertyOf<std::string>(*human, H::ShirtColorName), "Red");
 
-  const DataPtr tables = apply(makeComputeProjectionTables(), {depth});
-  const DataPtr images = apply(makeComputeProjectionImages(), {tables});
+  const DataPtr tables = applyFilter(makeComputeProjectionTables(), {depth});
+  const DataPtr images = applyFilter(makeComputeProjectionImages(), {tables});
   EXPECT_THAT(writtenOnPeople(makeCompute3DClouds(), {images, makeData(std::int32_t{2})}).object,
               ContainerEq(Keys{O::Cloud3D}));
   EXPECT_THAT(writtenOnPeople(makeExtractMainPlane(), {makeData(std::int32_t{1}), makeData(0.05F)}).object,
@@ -154,11 +154,12 @@ TEST_F(Properties, OfPeopleComeFromTheFiltersThatOwnThem)
 // The plane through an upright board is upright, and its points lie on it.
 TEST_F(Properties, TellTheMainPlane)
 {
-  people = apply(makeCreateHuman(),
-                 {findObjects(depthValue(renderDepth({{2.0F, 0.0F, 1.6F, 0.3F, 0.0F}}, camera)), camera)});
-  const DataPtr images = apply(makeComputeProjectionImages(), {apply(makeComputeProjectionTables(), {depth})});
-  apply(makeCompute3DClouds(), {people, images, makeData(std::int32_t{1})});
-  apply(makeExtractMainPlane(), {people, makeData(std::int32_t{1}), makeData(0.06F)});
+  people = applyFilter(makeCreateHuman(),
+                       {findObjects(depthValue(renderDepth({{2.0F, 0.0F, 1.6F, 0.3F, 0.0F}}, camera)), camera)});
+  const DataPtr images =
+      applyFilter(makeComputeProjectionImages(), {applyFilter(makeComputeProjectionTables(), {depth})});
+  applyFilter(makeCompute3DClouds(), {people, images, makeData(std::int32_t{1})});
+  applyFilter(makeExtractMainPlane(), {people, makeData(std::int32_t{1}), makeData(0.06F)});
   const auto body = bodyOf(*elementsOf<Type::Human>(people, "t").front());
   const auto plane = propertyOf<Type::Vector4>(*body, O::MainPlaneEquation);
   ASSERT_TRUE(plane);
