@@ -2,6 +2,7 @@
 
 #include "filtrix/ku/log.h"
 #include "filtrix/ku/path.h"
+#include "filtrix/ku/suggest.h"
 #include "foundation/text/split.h"
 #include "graph/dotgraph.h"
 #include "graph/filteradapter.h"
@@ -263,9 +264,14 @@ FiltrixPrivate::FilterCost FiltrixPrivate::_composeFilter(const FilterDeclaratio
   {
     const auto type = filters.find(node.type);
     if (type == filters.end())
-      throw BuildError(fmt::format("The filter \"{}\" is declared as \"{}\" but \"{}\" has never been declared.",
-                                   node.name, node.type, node.type),
+    {
+      std::vector<std::string> known;
+      for (const auto& [name, filter] : filters)
+        known.push_back(name);
+      throw BuildError(fmt::format("The filter \"{}\" is declared as \"{}\" but \"{}\" has never been declared.{}",
+                                   node.name, node.type, node.type, ku::didYouMean(node.type, known)),
                        node.origin);
+    }
     const FilterCost& inner = filterCosts.at(node.type);
     cost.nodes = saturatingSum(cost.nodes, inner.nodes + (inner.nesting > 0 ? 1 : 0));
     cost.nesting = std::max(cost.nesting, inner.nesting);

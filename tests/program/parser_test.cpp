@@ -179,7 +179,8 @@ INSTANTIATE_TEST_SUITE_P(
         FaultCase{"delete filter { x }", "3 filtrix.parser: Can't delete filter: x [program:1:1: delete filter]"},
         FaultCase{"delete process { x }", "3 filtrix.parser: Can't delete process: x [program:1:1: delete process]"},
         FaultCase{"delete source { x }", "3 filtrix.parser: Can't delete source: x [program:1:1: delete source]"},
-        FaultCase{"event p { x }", R"(2 filtrix.private: Can't get process "p": process unknown.)"}));
+        FaultCase{"event p { x }", "2 filtrix.parser: createEvent(\"p\", \"x\"): expected a process to run, and a sink "
+                                   "or source to wait for. [program:1:11: x]"}));
 
 INSTANTIATE_TEST_SUITE_P(
     LostText, LoadGoesOnTest,

@@ -98,7 +98,8 @@ TEST_F(Command, ChecksPrograms)
   const std::string bad = write("bad.fxs", "# a sum\nsource a { 1 }\n\nfilter F\n{\n  Ad add;\n}\n");
   const Outcome outcome = filtrix("check " + bad, "2>/dev/null");
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_THAT(outcome.out, AllOf(HasSubstr("bad.fxs:6:3: error:"), HasSubstr("Ad add"), HasSubstr("Did you mean")));
+  EXPECT_THAT(outcome.out,
+              AllOf(HasSubstr("bad.fxs:6:3: error:"), HasSubstr("Ad add"), HasSubstr("Did you mean \"Add\"?")));
 
   const std::string importing = write("importing.fxs", "import file { bad.fxs }\n");
   EXPECT_THAT(filtrix("check " + importing, "2>/dev/null").out, HasSubstr("bad.fxs:6:3: error:"));

@@ -67,7 +67,9 @@ public:
   void add(const std::vector<PersonView>& people, double latency)
   {
     ++frames;
-    latencies.push_back(latency);
+    // A recording's own times say nothing about how long this machine takes.
+    if (latency > 0.0 && latency < 60'000.0)
+      latencies.push_back(latency);
     most = std::max(most, people.size());
     for (const PersonView& person : people)
     {

@@ -1,5 +1,6 @@
 #include "tools/filtrix/session.h"
 
+#include "filtrix/ku/log.h"
 #include "module/entry.h"
 #include "module/zrfiltrix.h"
 #include "platform/cameraservice.h"
@@ -34,6 +35,12 @@ Session::Session(const RobotOptions& options)
     capturing.cameras[0].source = options.camera;
     capture = std::make_unique<Capture::CaptureRobot>(capturing);
     capture->attach(*host.broker());
+  }
+  else
+  {
+    // Nobody asked for a robot, so that none is missing.
+    for (const char* const category : {"filtrix.videosource", "filtrix.motionsource", "filtrix.audiosource"})
+      ku::log::setLevel(category, ku::log::Level::Fatal);
   }
   _createModule(host.broker());
   theModule = std::dynamic_pointer_cast<ZRFiltrix>(host.broker()->find(ZRFiltrix::moduleName));

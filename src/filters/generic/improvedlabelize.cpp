@@ -43,14 +43,14 @@ class ImprovedLabelize final : public GenericFilter
 public:
   ImprovedLabelize() : GenericFilter("ImprovedLabelize", "Dilates an image and numbers its regions of allowed sizes.")
   {
-    input("inputImage", {TypeTag::BinaryImage, TypeTag::GrayscaleImage, TypeTag::DepthImage});
+    input("inputImage", {TypeTag::BinaryImage, TypeTag::DepthImage, TypeTag::GrayscaleImage});
     optionalInput("toleranceH", {TypeTag::Integer});
     optionalInput("toleranceV", {TypeTag::Integer});
     input("kernel", {TypeTag::Integer});
     input("min", {TypeTag::Float});
     input("max", {TypeTag::Float});
     output("labelizedImage", {TypeTag::LabelImage});
-    output("dilatedImage", {TypeTag::BinaryImage, TypeTag::GrayscaleImage, TypeTag::DepthImage});
+    output("dilatedImage", {TypeTag::BinaryImage, TypeTag::DepthImage, TypeTag::GrayscaleImage});
   }
 
   DataList applyFilter(const DataList& inputs, const ProcessKey&, const ProcessKey&, std::uint64_t) override;

@@ -20,7 +20,7 @@ class Labelize final : public GenericFilter
 public:
   Labelize() : GenericFilter("Labelize", "Numbers the regions of connected pixels of an image.")
   {
-    input("in", {TypeTag::BinaryImage, TypeTag::GrayscaleImage, TypeTag::DepthImage});
+    input("in", {TypeTag::BinaryImage, TypeTag::DepthImage, TypeTag::GrayscaleImage});
     optionalInput("tolerance", {TypeTag::Integer});
     output("out", {TypeTag::LabelImage});
   }

@@ -38,6 +38,25 @@ std::optional<int> highestColumn(const std::vector<ColumnTop>& tops)
   return highest;
 }
 
+// A head's top is flat for some columns: the middle of those that are nearly as high as the highest.
+int middleOfTop(const std::vector<ColumnTop>& tops, int highest)
+{
+  constexpr float flat = 0.02F;  // metres
+  const float least = tops[static_cast<std::size_t>(highest)].height - flat;
+  const auto isTop = [&](int column)
+  {
+    return column >= 0 && column < static_cast<int>(tops.size()) && tops[static_cast<std::size_t>(column)].row >= 0 &&
+           tops[static_cast<std::size_t>(column)].height > least;
+  };
+  int first = highest;
+  int last = highest;
+  while (isTop(first - 1))
+    --first;
+  while (isTop(last + 1))
+    ++last;
+  return (first + last) / 2;
+}
+
 class ExtractTopOfBlobs final : public PerceptionFilter
 {
 public:
@@ -68,15 +87,16 @@ private:
       return;
     }
     const auto tops = columnTops(*view, *histogram);
-    const auto column = highestColumn(tops);
-    if (!column)
+    const auto highest = highestColumn(tops);
+    if (!highest)
       return;
-    const ColumnTop& top = tops[static_cast<std::size_t>(*column)];
+    const int column = middleOfTop(tops, *highest);
+    const ColumnTop& top = tops[static_cast<std::size_t>(column)];
     const auto rows = static_cast<int>(std::ceil(headHeight * view->camera.focalY() / top.depth));
     const auto columns = static_cast<int>(std::ceil(headHalfWidth * view->camera.focalX() / top.depth));
-    const float distance = medianDepthIn(*view, top.row, top.row + rows, *column - columns, *column + columns);
+    const float distance = medianDepthIn(*view, top.row, top.row + rows, column - columns, column + columns);
     object.setProperty(Object3DProperty::TopOfBlob,
-                       makeData(static_cast<float>(view->left + *column), static_cast<float>(view->top + top.row)));
+                       makeData(static_cast<float>(view->left + column), static_cast<float>(view->top + top.row)));
     object.setProperty(Object3DProperty::TopOfBlobDist,
                        makeData(static_cast<std::int32_t>(std::lround(1000.0F * distance))));
   }
