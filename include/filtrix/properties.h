@@ -110,7 +110,7 @@
   X(TopOfBlobDist, 39, Integer, "Distance at the top, millimetres.")                               \
   X(PossibleHeads, 40, Array, "The columns of possible heads, counted from the left of Region2D.") \
   X(MatchedObjects, 41, Array, "Objects of the other segmentation that lie on this one.")          \
-  X(MatchedReference, 42, Object3D, "The object of the reference segmentation that this one lies on.")
+  X(MatchedReference, 42, Object3D, "The object of the reference segmentation that this one lies on, as it was before the match.")
 
 #define FILTRIX_OBJECT2D_PROPERTIES(X)                                                             \
   X(PositionInTorsoFrame, 6, Vector6, "Where the object is, torso frame, metres.")                 \

@@ -37,6 +37,18 @@ int sharedPixels(const ObjectView& a, const ObjectView& b)
   return count;
 }
 
+// What lies on a reference is held by it; if that held the reference itself too, neither would ever be freed.
+std::shared_ptr<Type::Object3D> withoutMatches(const Type::Object3D& reference)
+{
+  auto copy = std::make_shared<Type::Object3D>(reference.getRegion());
+  for (auto& [key, value] : reference.getProperties())
+  {
+    if (key != Object3DProperty::MatchedObjects)
+      copy->setProperty(key, value);
+  }
+  return copy;
+}
+
 class MatchObjects3D final : public PerceptionFilter
 {
 public:
@@ -57,7 +69,7 @@ public:
       const auto match = findMatch(*object, views);
       if (!match)
         continue;
-      object->setProperty(Object3DProperty::MatchedReference, makeData(references[*match]));
+      object->setProperty(Object3DProperty::MatchedReference, makeData(withoutMatches(*references[*match])));
       matched[*match].push_back(makeData(object));
     }
     for (std::size_t i = 0; i < references.size(); ++i)
