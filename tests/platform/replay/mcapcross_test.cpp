@@ -30,9 +30,10 @@ protected:
     std::filesystem::copy_file(script, tools / "mcapcross.mjs", std::filesystem::copy_options::overwrite_existing);
     if (!run("node --version >/dev/null"))
       GTEST_SKIP() << "node is not on this machine";
-    if (!std::filesystem::exists(tools / "node_modules/fzstd") &&
-        !run("cd '" + tools.string() +
-             "' && timeout 40 npm install --prefix . --no-audit --no-fund @mcap/core@2 fzstd@0.1 >/dev/null"))
+    // Tests run side by side; the first installs it, and the others wait.
+    const std::string install = "timeout 40 npm install --prefix . --no-audit --no-fund @mcap/core@2 fzstd@0.1";
+    if (!run("cd '" + tools.string() + "' && flock lock sh -c '[ -e installed ] || { " + install +
+             " && touch installed; }' >/dev/null"))
       GTEST_SKIP() << "npm cannot install @mcap/core: no network, or no registry";
   }
 
