@@ -7,12 +7,6 @@
 
 namespace Tool = ZR::Filtrix::Tool;
 
-int Tool::complain(const std::string& text)
-{
-  std::cerr << "filtrix: " << text << '\n';
-  return Exit::failure;
-}
-
 int main(int argc, char** argv)
 {
   CLI::App app("The perception runtime of a humanoid robot: runs programs of filters over live sensor data.");
@@ -34,6 +28,8 @@ int main(int argc, char** argv)
   Tool::addGraphCommand(app, action);
   Tool::addCallCommand(app, action);
   Tool::addMethodsCommand(app, action);
+  Tool::addSceneCommand(app, action);
+  Tool::addEvaluateCommand(app, action);
   Tool::addCompletionCommand(app, action);
   try
   {

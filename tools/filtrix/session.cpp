@@ -6,6 +6,7 @@
 #include "platform/cameraservice.h"
 #include "platform/capture/capturerobot.h"
 #include "platform/replay/replayrobot.h"
+#include "platform/sim/simrobot.h"
 
 #include <CLI/CLI.hpp>
 
@@ -13,13 +14,31 @@
 
 namespace ZR::Filtrix::Tool
 {
+namespace
+{
+constexpr const char* defaultScene = "demo";
+}  // namespace
+
 void addRobotOptions(CLI::App& command, RobotOptions& options)
 {
+  options.scene = defaultScene;
+  CLI::Option* const scene =
+      command.add_option("--scene", options.scene, "A scene, by name or file, for the simulated robot")
+          ->capture_default_str();
   CLI::Option* const replay =
-      command.add_option("--replay", options.replay, "Plays a recording or a folder of pictures as the robot");
+      command.add_option("--replay", options.replay, "Plays a recording or a folder of pictures as the robot")
+          ->excludes(scene);
+  CLI::Option* const camera = command
+                                  .add_option("--camera", options.camera,
+                                              "Looks through a camera of this machine (its number), a film or a stream")
+                                  ->excludes(scene)
+                                  ->excludes(replay);
   command
-      .add_option("--camera", options.camera, "Looks through a camera of this machine (its number), a film or a stream")
-      ->excludes(replay);
+      .add_flag_callback(
+          "--no-robot", [&options] { options.scene.clear(); }, "No robot at all")
+      ->excludes(scene)
+      ->excludes(replay)
+      ->excludes(camera);
 }
 
 Session::Session(const RobotOptions& options)
@@ -35,6 +54,11 @@ Session::Session(const RobotOptions& options)
     capturing.cameras[0].source = options.camera;
     capture = std::make_unique<Capture::CaptureRobot>(capturing);
     capture->attach(*host.broker());
+  }
+  else if (!options.scene.empty())
+  {
+    simulated = std::make_unique<Sim::Robot>(Sim::loadScene(options.scene));
+    simulated->attach(*host.broker());
   }
   else
   {

@@ -30,6 +30,11 @@ namespace ZR::Capture
 class CaptureRobot;
 }
 
+namespace ZR::Sim
+{
+class Robot;
+}
+
 namespace ZR::Filtrix::Tool
 {
 /// Which robot the module is given.
@@ -37,16 +42,17 @@ struct RobotOptions
 {
   std::string replay;  ///< a recording or a folder of pictures; empty for none
   std::string camera;  ///< the number of a camera of this machine, a film, or a stream; empty for none
+  std::string scene;   ///< of the simulated robot; empty for none
 };
 
-/// Adds `--replay` and `--camera`.
+/// Adds `--scene`, `--replay`, `--camera` and `--no-robot`. Without any of them it is the simulated robot.
 void addRobotOptions(CLI::App& command, RobotOptions& options);
 
 /// A host in this process with a robot, or none, and the module.
 class Session final
 {
 public:
-  /// Throws std::exception when the recording or the camera cannot be opened.
+  /// Throws std::exception when the scene, the recording or the camera cannot be opened.
   explicit Session(const RobotOptions& options = {});
   ~Session();
 
@@ -60,6 +66,7 @@ public:
 private:
   std::unique_ptr<Replay::ReplayRobot> replay;
   std::unique_ptr<Capture::CaptureRobot> capture;
+  std::unique_ptr<Sim::Robot> simulated;
   Host host;
   std::shared_ptr<ZRFiltrix> theModule;
 };

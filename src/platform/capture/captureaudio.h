@@ -3,9 +3,9 @@
 #include "platform/audioservice.h"
 #include "platform/capture/capturerobot.h"
 #include "platform/capture/soundfile.h"
-#include "platform/capture/timebase.h"
-#include "platform/capture/waiter.h"
 #include "platform/frames/subscriptiontable.h"
+#include "platform/frames/timebase.h"
+#include "platform/frames/waiter.h"
 
 #include <cstdint>
 #include <memory>

@@ -2,9 +2,9 @@
 
 #include "platform/cameraservice.h"
 #include "platform/capture/pictureinput.h"
-#include "platform/capture/timebase.h"
 #include "platform/frames/frameconversion.h"
 #include "platform/frames/subscriptiontable.h"
+#include "platform/frames/timebase.h"
 
 #include <atomic>
 #include <cstdint>

@@ -2,7 +2,7 @@
 
 #include "filtrix/ku/clock.h"
 #include "platform/capture/capturerobot.h"
-#include "platform/capture/waiter.h"
+#include "platform/frames/waiter.h"
 
 #include <opencv2/core/mat.hpp>
 

@@ -7,7 +7,7 @@
 #include <chrono>
 #include <utility>
 
-namespace ZR::Capture
+namespace ZR
 {
 /// Services answer within this time, with nothing if need be: a caller may want to stop.
 inline constexpr std::chrono::seconds longestWait(1);
@@ -46,4 +46,4 @@ private:
   std::atomic<bool> closed = false;
   ku::Alarm alarm;
 };
-}  // namespace ZR::Capture
+}  // namespace ZR

@@ -5,7 +5,7 @@
 #include <chrono>
 #include <cstdint>
 
-namespace ZR::Capture
+namespace ZR
 {
 /// Turns moments of `ku::Clock` into microseconds since 1970.
 struct TimeBase
@@ -18,4 +18,4 @@ struct TimeBase
     return (start + std::chrono::duration_cast<std::chrono::microseconds>(moment - clockStart)).count();
   }
 };
-}  // namespace ZR::Capture
+}  // namespace ZR
