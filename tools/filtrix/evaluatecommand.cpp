@@ -54,10 +54,10 @@ void tellFrame(const JudgedFrame& frame)
 {
   std::cerr << fmt::format("{:6.2f} s\n", frame.truth.time);
   for (const Sim::PersonTruth& person : frame.truth.people)
-    std::cerr << fmt::format("  there {:8} {:5.2f} {:5.2f} m, {:4.2f} m high, seen {:3.0f} %{}{}{}{}{}\n", person.name,
-                             person.world.x, person.world.y, person.height, 100.0F * person.visible,
-                             person.headIsVisible ? "" : ", no head", person.isLooking ? ", looks" : "",
-                             person.faceIsVisible ? ", face" : "",
+    std::cerr << fmt::format("  {:6} {:8} {:5.2f} {:5.2f} m, {:4.2f} m high, seen {:3.0f} %{}{}{}{}{}\n",
+                             isCounted(person) ? "there" : "hidden", person.name, person.world.x, person.world.y,
+                             person.height, 100.0F * person.visible, person.headIsVisible ? "" : ", no head",
+                             person.isLooking ? ", looks" : "", person.faceIsVisible ? ", face" : "",
                              person.wavesLeft || person.wavesRight ? ", waves" : "", person.isSitting ? ", sits" : "");
   std::cerr << tableOf(frame.found);
   for (const PersonView& person : frame.found)

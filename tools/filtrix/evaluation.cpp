@@ -19,7 +19,7 @@ using Sim::PersonTruth;
 
 constexpr double nearest = 0.8;         // metres
 constexpr double farthest = 4.0;        // metres
-constexpr float leastVisible = 0.25F;   // share of the body
+constexpr float leastVisible = 0.4F;    // share of the body
 constexpr double longestError = 0.5;    // metres
 constexpr double tooExpensive = 1.0e6;  // more than all real costs together
 
@@ -30,12 +30,6 @@ constexpr double settlingOfWaving = 1.5;
 /// An event may be told so much before and after it happened, seconds.
 constexpr double eventEarly = 0.5;
 constexpr double eventLate = 2.5;
-
-bool counts(const PersonTruth& person)
-{
-  const double distance = person.distance;
-  return distance >= nearest && distance <= farthest && person.visible >= leastVisible && person.headIsVisible;
-}
 
 std::optional<double> errorOf(const PersonTruth& person, const PersonView& view)
 {
@@ -52,6 +46,12 @@ double share(int part, int whole, double ofNothing)
   return whole == 0 ? ofNothing : static_cast<double>(part) / whole;
 }
 }  // namespace
+
+bool isCounted(const PersonTruth& person)
+{
+  const double distance = person.distance;
+  return distance >= nearest && distance <= farthest && person.visible >= leastVisible && person.headIsVisible;
+}
 
 void Answers::add(bool isSo, bool isSaid)
 {
@@ -221,7 +221,7 @@ private:
         const auto last = lastIds.find(person.id);
         const bool isKept = last != lastIds.end() && last->second == view.id;
         // People who count come first.
-        costs(i, j) = *error + (isKept ? 0.0 : 10.0) + (counts(person) ? 0.0 : 1000.0);
+        costs(i, j) = *error + (isKept ? 0.0 : 10.0) + (isCounted(person) ? 0.0 : 1000.0);
       }
     }
     Matches matches = assign(costs);
@@ -240,12 +240,12 @@ private:
     {
       const PersonTruth& person = frame.truth.people[i];
       const PersonView* const view = matches[i] < 0 ? nullptr : &frame.found[static_cast<std::size_t>(matches[i])];
-      if (counts(person))
+      if (isCounted(person))
         judgePresence(person, view, frame.truth.time);
       if (view == nullptr)
         continue;
       const auto [last, isNew] = lastIds.emplace(person.id, view->id);
-      if (counts(person))
+      if (isCounted(person))
       {
         figures.switches += !isNew && last->second != view->id ? 1 : 0;
         ++together[{person.id, view->id}];
@@ -329,7 +329,7 @@ private:
       PersonTruth& old = before->second;
       const auto note = [&](bool hasHappened, const char* name)
       {
-        if (hasHappened && counts(person))
+        if (hasHappened && isCounted(person))
           trueEvents.push_back({name, person.id, truth.time});
       };
       const auto looks = [](const PersonTruth& who) { return who.isLooking && who.faceIsVisible; };

@@ -22,6 +22,9 @@ struct JudgedFrame
   double latency = 0.0;  ///< milliseconds of computing
 };
 
+/// Whether a person must be found: who is between 0.8 m and 4 m away and two fifths of whom are seen, with the head.
+[[nodiscard]] bool isCounted(const Sim::PersonTruth& person);
+
 /// Right and wrong answers to a yes-or-no question.
 struct Answers
 {
@@ -51,10 +54,10 @@ struct Mean
 
 /// The figures of a scene, or of several together.
 ///
-/// A person counts who is between 0.8 m and 4 m away and a quarter of whom is seen, with the head. Others may be found
-/// or not. Found people belong to those who are there by the rules of K. Bernardin, R. Stiefelhagen, "Evaluating
-/// Multiple Object Tracking Performance: The CLEAR MOT Metrics", 2008, within half a metre; IDF1 is that of E. Ristani
-/// et al., "Performance Measures and a Data Set for Multi-Target, Multi-Camera Tracking", 2016.
+/// People who are not counted may be found or not. Found people belong to those who are there by the rules of K.
+/// Bernardin, R. Stiefelhagen, "Evaluating Multiple Object Tracking Performance: The CLEAR MOT Metrics", 2008, within
+/// half a metre; IDF1 is that of E. Ristani et al., "Performance Measures and a Data Set for Multi-Target, Multi-Camera
+/// Tracking", 2016.
 struct Figures
 {
   /// Metres; detection is told for each band.

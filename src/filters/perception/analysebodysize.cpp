@@ -1,6 +1,7 @@
-// Measures the body at the height of the shoulders: how wide it is, and the box from the shoulders down in which a
-// person has most of its pixels. The band begins where the neck has become shoulders and ends above the elbows:
-// shoulders lie at 0.82 of the stature. Source: R. Drillis, R. Contini, "Body Segment Parameters", 1966.
+// Measures the body at the height of the shoulders, counted from the top above its middle (a hand may be raised
+// higher): how wide it is, and the box from the shoulders down in which a person has most of its pixels. The band
+// begins where the neck has become shoulders and ends above the elbows: shoulders lie at 0.82 of the stature. Source:
+// R. Drillis, R. Contini, "Body Segment Parameters", 1966.
 
 #include "filters/perception/objects.h"
 #include "filters/perception/objectview.h"
@@ -23,6 +24,12 @@ constexpr float bandBottom = 0.55F;
 
 /// Where the box of the shoulders begins, in metres below the top.
 constexpr float boxTop = 0.22F;
+
+/// The top is at most so far to the sides of the body's middle, in metres.
+constexpr float reach = 0.20F;
+
+/// So many pixels side by side make a top; fewer fly.
+constexpr int leastPixels = 3;
 
 /// Holes in a row that are no wider do not end it.
 constexpr int widestGap = 2;
@@ -53,6 +60,25 @@ std::optional<Span> spanAbout(const ObjectView& view, int row, int axis)
   const auto holdsAxis = [axis](const Span& span) { return span.left <= axis && axis <= span.right; };
   const auto about = std::ranges::find_if(spans, holdsAxis);
   return about != spans.end() ? *about : *std::ranges::max_element(spans, {}, &Span::width);
+}
+
+// The first row with a stretch of pixels about a column.
+int topAbout(const ObjectView& view, int axis)
+{
+  const auto columns = static_cast<int>(reach * view.camera.focalX() / view.distance);
+  const int first = std::max(0, axis - columns);
+  const int last = std::min(view.width() - 1, axis + columns);
+  for (int row = 0; row < view.height(); ++row)
+  {
+    int count = 0;
+    for (int column = first; column <= last; ++column)
+    {
+      count = view.isSet(row, column) ? count + 1 : 0;
+      if (count == leastPixels)
+        return row;
+    }
+  }
+  return 0;
 }
 
 int median(std::vector<int> values)
@@ -88,9 +114,10 @@ private:
       return;
     }
     const float pixelsPerMetre = view->camera.focalY() / view->distance;
-    const auto rowBelowTop = [&](float metres)
-    { return std::min(static_cast<int>(metres * pixelsPerMetre), view->height() - 1); };
     const int axis = static_cast<int>(centre->x) - view->left;
+    const int topRow = topAbout(*view, axis);
+    const auto rowBelowTop = [&](float metres)
+    { return std::min(topRow + static_cast<int>(metres * pixelsPerMetre), view->height() - 1); };
     std::vector<int> lefts;
     std::vector<int> rights;
     for (int row = rowBelowTop(bandTop); row <= rowBelowTop(bandBottom); ++row)

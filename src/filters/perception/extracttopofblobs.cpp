@@ -1,6 +1,6 @@
-// Finds the top of each object: of its columns' tops the highest above the ground that a neighbouring column confirms,
-// and how far away what is below it is. Height counts in the robot frame, not in rows: a camera that looks down sees a
-// near head below a far one.
+// Finds the top of each object: of the columns' tops above its middle the highest above the ground that a neighbouring
+// column confirms, and how far away what is below it is. Height counts in the robot frame, not in rows: a camera that
+// looks down sees a near head below a far one. A hand that is raised beside the head is not above the middle.
 
 #include "filters/perception/blobprofile.h"
 #include "filters/perception/objects.h"
@@ -8,6 +8,7 @@
 #include "filters/perception/perceptionfilters.h"
 #include "filtrix/ku/log.h"
 
+#include <algorithm>
 #include <cmath>
 #include <optional>
 
@@ -22,12 +23,16 @@ constexpr float confirmation = 0.06F;
 constexpr float headHeight = 0.16F;
 constexpr float headHalfWidth = 0.08F;
 
-std::optional<int> highestColumn(const std::vector<ColumnTop>& tops)
+/// A top is at most so far to the sides of the body's middle, in metres.
+constexpr float reach = 0.25F;
+
+// Of the columns from `first` to `last`.
+std::optional<int> highestColumn(const std::vector<ColumnTop>& tops, std::size_t first, std::size_t last)
 {
   const auto confirms = [&](std::size_t other, float height)
   { return other < tops.size() && tops[other].row >= 0 && tops[other].height > height - confirmation; };
   std::optional<int> highest;
-  for (std::size_t column = 0; column < tops.size(); ++column)
+  for (std::size_t column = first; column <= last && column < tops.size(); ++column)
   {
     const ColumnTop& top = tops[column];
     if (top.row < 0 || (highest && top.height <= tops[static_cast<std::size_t>(*highest)].height))
@@ -36,6 +41,15 @@ std::optional<int> highestColumn(const std::vector<ColumnTop>& tops)
       highest = static_cast<int>(column);
   }
   return highest;
+}
+
+std::optional<int> highestAbove(const ObjectView& view, const std::vector<ColumnTop>& tops, int middle)
+{
+  const auto columns = static_cast<int>(reach * view.camera.focalX() / std::max(view.distance, 0.1F));
+  const int last = std::max(0, middle + columns);
+  const auto highest =
+      highestColumn(tops, static_cast<std::size_t>(std::max(0, middle - columns)), static_cast<std::size_t>(last));
+  return highest ? highest : highestColumn(tops, 0, tops.size());
 }
 
 // A head's top is flat for some columns: the middle of those that are nearly as high as the highest.
@@ -81,13 +95,14 @@ private:
       return;
     }
     const auto view = ObjectView::of(object);
-    if (!view)
+    const auto centre = propertyOf<Type::Vector2>(object, Object3DProperty::CenterOfMass);
+    if (!view || !centre)
     {
       ku::log::error(category(), "Object3D does not have the required properties");
       return;
     }
     const auto tops = columnTops(*view, *histogram);
-    const auto highest = highestColumn(tops);
+    const auto highest = highestAbove(*view, tops, static_cast<int>(std::lround(centre->x)) - view->left);
     if (!highest)
       return;
     const int column = middleOfTop(tops, *highest);

@@ -1,6 +1,7 @@
 // Finds the heads of a body by its upper edge, measured in metres: a head is a peak of the right width, with a fall to
-// the shoulders on both sides. A raised arm is a peak without shoulders below it; that rule chooses among several peaks
-// and never rejects the only one, since a person seen from the side shows no shoulders either.
+// the shoulders on both sides. A raised arm is a peak without shoulders, and without a body, below it; these rules
+// choose among several peaks and never reject the only one, since a person seen from the side shows no shoulders
+// either.
 //
 // Sources: M. Munaro, F. Basso, E. Menegatti, "Tracking People within Groups with RGB-D Data", IROS 2012 (peaks of a
 // height map, 0.3 m apart); the widths are those of heads, R. Drillis, R. Contini, "Body Segment Parameters", 1966.
@@ -34,17 +35,29 @@ constexpr float shoulderDepth = 0.40F;
 constexpr float shoulderReach = 0.10F;
 constexpr float shoulderWidth = 0.24F;
 
+/// A body is wider than its head by this factor so far below the top, in metres: a post is not.
+constexpr float widening = 1.15F;
+constexpr float headMiddle = 0.10F;
+constexpr float chestDepth = 0.45F;
+
+/// Below a head there is at least this share of the body's whole height; below a raised hand there is an arm.
+constexpr float bodyShare = 0.55F;
+
+/// Pixels from the image's border at which something counts as cut.
+constexpr int borderWidth = 1;
+
 constexpr float nothing = -std::numeric_limits<float>::infinity();
 
 // The upper edge in bins of equal width across the body, from its left column to its right one.
 struct Profile
 {
   std::vector<float> heights;
-  std::vector<int> columns;  ///< where in the box each bin's height stands
-  float width = binWidth;    ///< of a bin: a far body's pixels are wider
+  std::vector<int> columns;   ///< where in the box each bin's height stands
+  std::vector<float> counts;  ///< how many pixels the column there has
+  float width = binWidth;     ///< of a bin: a far body's pixels are wider
 };
 
-Profile makeProfile(const ObjectView& view, const std::vector<ColumnTop>& tops)
+Profile makeProfile(const ObjectView& view, const std::vector<ColumnTop>& tops, const Type::Histogram& histogram)
 {
   Profile profile;
   const float pixel = view.distance / view.camera.focalX();
@@ -52,9 +65,11 @@ Profile makeProfile(const ObjectView& view, const std::vector<ColumnTop>& tops)
   const auto bins = static_cast<std::size_t>(static_cast<float>(tops.size()) * pixel / profile.width) + 1;
   profile.heights.assign(bins, nothing);
   profile.columns.assign(bins, 0);
+  profile.counts.assign(bins, 0.0F);
   for (std::size_t column = 0; column < tops.size(); ++column)
   {
     const auto bin = std::min(bins - 1, static_cast<std::size_t>(static_cast<float>(column) * pixel / profile.width));
+    profile.counts[bin] = std::max(profile.counts[bin], histogram.values()[2 * column]);
     if (tops[column].row < 0 || tops[column].height <= profile.heights[bin])
       continue;
     profile.heights[bin] = tops[column].height;
@@ -76,8 +91,10 @@ std::vector<float> smooth(const std::vector<float>& heights)
 class HeadSearch
 {
 public:
-  HeadSearch(const Profile& profile_, bool isHidden_)
-      : profile(profile_), heights(smooth(profile_.heights)), isHidden(isHidden_)
+  /// Where a side is open, something nearer or the image's border ends the profile, not the body.
+  HeadSearch(const Profile& profile_, const std::vector<ColumnTop>& tops_, bool isOpenLeft_, bool isOpenRight_)
+      : profile(profile_), tops(tops_), heights(smooth(profile_.heights)), isOpenLeft(isOpenLeft_),
+        isOpenRight(isOpenRight_)
   {
   }
 
@@ -85,6 +102,8 @@ public:
   [[nodiscard]] std::vector<int> find() const
   {
     std::vector<std::size_t> peaks = candidates();
+    if (peaks.size() > 1)
+      chooseByBody(&peaks);
     if (peaks.size() > 1)
       chooseByShoulders(&peaks);
     std::vector<int> columns;
@@ -137,12 +156,11 @@ private:
     const float peak = heights[bin];
     const Run run = runAbove(bin, peak - headDepth);
     const float width = metres(run.last - run.first + 1);
-    if (width < narrowest || width > widest + profile.width)
+    if (width < narrowest || width > widest + profile.width || !isWiderBelow(bin))
       return false;
     return fallsBeside(run.first, -1, peak) && fallsBeside(run.last, 1, peak);
   }
 
-  // Where something nearer hides the body its edge ends without a fall.
   [[nodiscard]] bool fallsBeside(std::size_t edge, int direction, float peak) const
   {
     const auto reach = static_cast<int>(std::ceil(fallWithin / profile.width));
@@ -150,11 +168,35 @@ private:
     {
       const auto bin = static_cast<std::ptrdiff_t>(edge) + direction * step;
       if (bin < 0 || bin >= static_cast<std::ptrdiff_t>(heights.size()))
-        return !isHidden;
+        return direction < 0 ? !isOpenLeft : !isOpenRight;
       if (heights[static_cast<std::size_t>(bin)] <= peak - fall)
         return true;
     }
     return false;
+  }
+
+  [[nodiscard]] bool isWiderBelow(std::size_t bin) const
+  {
+    const auto head = static_cast<float>(columnsAbove(profile.columns[bin], heights[bin] - headMiddle));
+    return static_cast<float>(columnsAbove(profile.columns[bin], heights[bin] - chestDepth)) >= widening * head;
+  }
+
+  // How many columns about one are higher than a limit.
+  [[nodiscard]] int columnsAbove(int column, float limit) const
+  {
+    const auto isAbove = [&](int other)
+    {
+      return other >= 0 && other < static_cast<int>(tops.size()) && tops[static_cast<std::size_t>(other)].row >= 0 &&
+             tops[static_cast<std::size_t>(other)].height > limit;
+    };
+    int first = column;
+    int last = column;
+    // A column that has lost its top is no end.
+    while (isAbove(first - 1) || isAbove(first - 2))
+      --first;
+    while (isAbove(last + 1) || isAbove(last + 2))
+      ++last;
+    return last - first + 1;
   }
 
   [[nodiscard]] bool hasShoulders(std::size_t bin) const
@@ -162,6 +204,17 @@ private:
     const Run run = runAbove(bin, heights[bin] - shoulderDepth);
     return metres(bin - run.first) >= shoulderReach && metres(run.last - bin) >= shoulderReach &&
            metres(run.last - run.first + 1) >= shoulderWidth;
+  }
+
+  // Of several peaks those above the most of the body are heads.
+  void chooseByBody(std::vector<std::size_t>* peaks) const
+  {
+    const float least = bodyShare * std::ranges::max(profile.counts);
+    std::vector<std::size_t> carried;
+    std::ranges::copy_if(*peaks, std::back_inserter(carried),
+                         [&](std::size_t bin) { return profile.counts[bin] >= least; });
+    if (!carried.empty())
+      *peaks = std::move(carried);
   }
 
   // Of several peaks those with shoulders are heads; when none has any, the one nearest the middle is.
@@ -186,8 +239,10 @@ private:
   }
 
   const Profile& profile;
+  const std::vector<ColumnTop>& tops;
   const std::vector<float> heights;
-  const bool isHidden;
+  const bool isOpenLeft;
+  const bool isOpenRight;
 };
 
 class FindHeads final : public PerceptionFilter
@@ -219,8 +274,11 @@ private:
     std::vector<int> columns;
     if (const auto tops = columnTops(*view, *histogram); !tops.empty())
     {
-      const Profile profile = makeProfile(*view, tops);
-      columns = HeadSearch(profile, isTrue(*object, Object3DProperty::HiddenByOtherBlob)).find();
+      const Profile profile = makeProfile(*view, tops, *histogram);
+      const bool isHidden = isTrue(*object, Object3DProperty::HiddenByOtherBlob);
+      const bool isCutLeft = view->left <= borderWidth;
+      const bool isCutRight = view->left + view->width() >= static_cast<int>(view->camera.width) - borderWidth;
+      columns = HeadSearch(profile, tops, isHidden || isCutLeft, isHidden || isCutRight).find();
     }
     DataArray heads;
     for (const int column : columns)

@@ -24,7 +24,7 @@ constexpr int reach = 3;
 constexpr float hiddenShare = 0.15F;
 
 /// But an object of which so much is seen, in metres, is a body that merely stands beside something nearer.
-constexpr float wholeWidth = 0.40F;
+constexpr float wholeWidth = 0.30F;
 
 struct Borders
 {

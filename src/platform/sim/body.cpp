@@ -92,9 +92,9 @@ private:
     put(out, turnedAbout(skull, head(), state.headYaw - state.bodyYaw), materials.head);
     const float shoulder = h * Share::shoulder - lowered;
     put(out, makeLimb({0.0F, 0.0F, shoulder}, {0.008F * h, 0.0F, shoulder + 0.07F * h}, 0.031F * h), materials.skin);
-    put(out, flatLimb(shoulder - 0.20F * h, shoulder - 0.035F * h, 0.065F, 0.098F), materials.shirt);
-    put(out, flatLimb(hip + 0.0F * h, shoulder - 0.15F * h, 0.062F, 0.088F), materials.shirt);
-    put(out, flatLimb(hip - 0.03F * h, hip + 0.03F * h, 0.066F, 0.092F), materials.trousers);
+    put(out, flatLimb(shoulder - 0.20F * h, shoulder - 0.035F * h, 0.072F, 0.098F), materials.shirt);
+    put(out, flatLimb(hip + 0.0F * h, shoulder - 0.15F * h, 0.068F, 0.088F), materials.shirt);
+    put(out, flatLimb(hip - 0.03F * h, hip + 0.03F * h, 0.072F, 0.092F), materials.trousers);
     const float aside = (Share::shoulderAside - 0.01F) * h * wide;
     put(out, makeLimb({0.0F, -aside, shoulder - 0.005F * h}, {0.0F, aside, shoulder - 0.005F * h}, 0.036F * h * wide),
         materials.shirt);
