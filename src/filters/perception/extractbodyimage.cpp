@@ -1,7 +1,7 @@
 // Cuts out of the colour image what belongs to each person's body, as the object "BodyImage". The colour camera may
 // have another resolution and another field of view than the depth camera; both look along one axis from one place, so
-// that a direction in one is a direction in the other. The head is given some room, since a face search needs what is
-// around.
+// that a direction in one is a direction in the other. It is head and torso, about the shoulders: what tells a person
+// from others. The head is given some room, since a face search needs what is around.
 
 #include "filters/perception/objects.h"
 #include "filters/perception/objectview.h"
@@ -17,8 +17,10 @@ namespace ZR::Filtrix::Filters
 {
 namespace
 {
-/// So much is added on each side and above, in metres at the body's distance.
-constexpr float margin = 0.10F;
+// Metres at the body's distance: above the shoulders, where a head and some room are, below them, and on each side.
+constexpr float above = 0.32F;
+constexpr float below = 0.60F;
+constexpr float aside = 0.12F;
 
 class ExtractBodyImage final : public PerceptionFilter
 {
@@ -52,11 +54,16 @@ private:
       ku::log::error(category(), "human has no Object3D with the required properties");
       return;
     }
-    const cv::Vec3f room(0.0F, margin, margin);
-    const cv::Vec3f topLeft = view->cameraPoint(0.0F, 0.0F, view->distance) + room;
-    const cv::Vec3f bottomRight = view->cameraPoint(static_cast<float>(view->height() - 1),
-                                                    static_cast<float>(view->width() - 1), view->distance) -
-                                  room;
+    const auto shoulders = propertyOf<Type::Region2>(human, HumanProperty::ShoulderRoi);
+    if (!shoulders)
+    {
+      ku::log::error(category(), "filter AnalyseBodySize has not been applied before");
+      return;
+    }
+    const cv::Vec3f topLeft =
+        view->camera.point(shoulders->start.x, shoulders->start.y, view->distance) + cv::Vec3f(0.0F, aside, above);
+    const cv::Vec3f bottomRight =
+        view->camera.point(shoulders->end.x, shoulders->start.y, view->distance) - cv::Vec3f(0.0F, aside, below);
     const cv::Vec2f start = camera.pixel(topLeft);
     const cv::Vec2f end = camera.pixel(bottomRight);
     const cv::Rect wanted(cv::Point(static_cast<int>(std::floor(start[0])), static_cast<int>(std::floor(start[1]))),

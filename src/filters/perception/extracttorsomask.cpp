@@ -19,9 +19,9 @@ namespace ZR::Filtrix::Filters
 {
 namespace
 {
-// Metres below the top of a body of 1.75 m, and to the sides of its axis.
-constexpr float torsoTop = 0.39F;
-constexpr float torsoBottom = 0.79F;
+// Metres below the box of the shoulders' top, of a body of 1.75 m, and to the sides of its axis.
+constexpr float torsoTop = 0.17F;
+constexpr float torsoBottom = 0.57F;
 constexpr float halfWidth = 0.13F;
 
 /// The edge that is left out, in pixels of the depth image.
@@ -62,7 +62,7 @@ private:
     }
     // A body whose top is cut off has its shoulders higher in the image than they seem.
     const bool isCut = isTrue(*object, Object3DProperty::TopBorderTouched);
-    const cv::Rect torso = torsoIn(*view, *shoulders, isCut ? 0.5F * torsoTop : torsoTop);
+    const cv::Rect torso = torsoIn(*view, *shoulders, isCut ? 0.0F : torsoTop);
     if (torso.empty())
       return;
     cv::Mat inner;
@@ -80,9 +80,10 @@ private:
     const float down = view.camera.focalY() / view.distance;
     const float across = view.camera.focalX() / view.distance;
     const float axis = 0.5F * (shoulders.start.x + shoulders.end.x) - static_cast<float>(view.left);
-    const cv::Rect wanted(cv::Point(static_cast<int>(axis - halfWidth * across), static_cast<int>(top * down)),
+    const float start = shoulders.start.y - static_cast<float>(view.top) + top * down;
+    const cv::Rect wanted(cv::Point(static_cast<int>(axis - halfWidth * across), static_cast<int>(start)),
                           cv::Point(static_cast<int>(axis + halfWidth * across) + 1,
-                                    static_cast<int>((top + torsoBottom - torsoTop) * down) + 1));
+                                    static_cast<int>(start + (torsoBottom - torsoTop) * down) + 1));
     return wanted & cv::Rect(0, 0, view.width(), view.height());
   }
 

@@ -5,6 +5,8 @@
 #include "filtrix/ku/log.h"
 #include "filtrix/ku/path.h"
 
+#include <opencv2/imgproc.hpp>
+
 #include <algorithm>
 #include <tuple>
 
@@ -62,19 +64,27 @@ FaceDetector::FaceDetector(const std::string& category) : luminance(makeLuminanc
   file = found;
 }
 
-std::vector<cv::Rect> FaceDetector::detect(const Data& image, const cv::Rect& part) const
+std::vector<cv::Rect> FaceDetector::detect(const Data& image, const cv::Rect& part, float enlargement) const
 {
   std::vector<cv::Rect> faces;
   auto classifier = part.empty() ? nullptr : take();
   if (!classifier)
     return faces;
-  classifier->detectMultiScale(toGray(image, part), faces, static_cast<double>(scaleFactor), minNeighbors);
+  cv::Mat gray = toGray(image, part);
+  if (enlargement > 1.0F)
+    cv::resize(gray, gray, {}, static_cast<double>(enlargement), static_cast<double>(enlargement));
+  classifier->detectMultiScale(gray, faces, static_cast<double>(scaleFactor), minNeighbors);
   {
     const std::lock_guard guard(mutex);
     idle.push_back(std::move(classifier));
   }
+  const auto reduced = [enlargement](int length) { return static_cast<int>(static_cast<float>(length) / enlargement); };
   for (cv::Rect& face : faces)
+  {
+    if (enlargement > 1.0F)
+      face = {reduced(face.x), reduced(face.y), reduced(face.width), reduced(face.height)};
     face += part.tl();
+  }
   // The classifier searches with several threads, and gives the faces in the order in which they came to an end.
   std::ranges::sort(faces, {}, [](const cv::Rect& face) { return std::tuple(face.y, face.x, face.width); });
   return faces;

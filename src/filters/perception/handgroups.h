@@ -20,6 +20,7 @@ struct Hand
 {
   DataPtr movement;
   cv::Vec3f place;              ///< robot frame
+  Type::Vector3 position;       ///< from the top of the body: left, up and forward, metres
   Type::Vector2 imagePosition;  ///< in pixels of the camera's frame
 };
 
@@ -27,7 +28,8 @@ struct Hand
 using Hands = std::array<std::vector<Hand>, 3>;
 using HandPaths = std::array<HandPath, 3>;
 
-/// The hands among a person's movements: what is above the elbows, not below the body's limit and not the head itself.
+/// The hands among a person's movements: what is above the middle of the chest, not below the body's limit and not the
+/// head itself.
 ///
 /// How far one is to a side is measured in widths of the shoulders from the body's axis. The shoulder itself is at 0.5:
 /// an arm that is raised beside the body moves beyond it, one that is held before the face or the chest stays within
@@ -35,14 +37,14 @@ using HandPaths = std::array<HandPath, 3>;
 /// not change its group, and begin its history anew, with every few centimetres.
 ///
 /// `paths` is where the hands were before. What does not say where it is gets logged under the category.
-/// Sources: R. Drillis, R. Contini, "Body Segment Parameters", 1966 (elbows); S. Pheasant, C. Haslegrave, "Bodyspace",
+/// Sources: R. Drillis, R. Contini, "Body Segment Parameters", 1966 (chest); S. Pheasant, C. Haslegrave, "Bodyspace",
 /// 3rd ed., 2006 (shoulders).
 [[nodiscard]] Hands findHands(const Type::Human& human, const Type::Object3D& body, const HandPaths& paths,
                               std::string_view category);
 
-/// Where the hand of a group is, as (left, up, forward) in the robot's frame, in metres: the waving decision looks at
-/// the first two components, and a wave goes across and up rather than to and from the robot. It is the topmost of its
-/// movements, and the mean of what is one hand with it. The others are elbows, or somebody behind. The group has at
-/// least one.
+/// Where the hand of a group is, as (left, up, forward) from the top of the body, as the robot sees it, in metres: the
+/// waving decision looks at the first two components, a wave goes across and up rather than to and from the robot, and
+/// who walks or sits down takes his hands with him. It is the topmost of its movements, and the mean of what is one
+/// hand with it. The others are elbows, or somebody behind. The group has at least one.
 [[nodiscard]] Type::Vector3 handPosition(const std::vector<Hand>& hands);
 }  // namespace ZR::Filtrix::Filters
