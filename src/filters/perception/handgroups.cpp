@@ -30,6 +30,9 @@ constexpr float topToChest = 0.50F;
 constexpr float topToHead = 0.12F;
 constexpr float headRadius = 0.20F;
 
+/// A hand in the centre is so far before the axis at least, in metres: nearer to it the chest itself moves.
+constexpr float beforeChest = 0.22F;
+
 enum Group : std::size_t
 {
   onLeft,
@@ -147,8 +150,11 @@ Hands findHands(const Type::Human& human, const Type::Object3D& body, const Hand
       continue;
     }
     const bool isBelowBody = limit && hand->imagePosition.y > static_cast<float>(*limit);
-    if (!isBelowBody && isArm(hand->place, *trunk))
-      hands[groupOf(hand->position, *trunk, paths)].push_back(*hand);
+    if (isBelowBody || !isArm(hand->place, *trunk))
+      continue;
+    const Group group = groupOf(hand->position, *trunk, paths);
+    if (group != inCentre || hand->position.z < -beforeChest)
+      hands[group].push_back(*hand);
   }
   return hands;
 }

@@ -20,7 +20,7 @@ struct Hand
 {
   DataPtr movement;
   cv::Vec3f place;              ///< robot frame
-  Type::Vector3 position;       ///< from the top of the body: left, up and forward, metres
+  Type::Vector3 position;       ///< from the top of the body: left, up and away, metres
   Type::Vector2 imagePosition;  ///< in pixels of the camera's frame
 };
 
@@ -42,7 +42,7 @@ using HandPaths = std::array<HandPath, 3>;
 [[nodiscard]] Hands findHands(const Type::Human& human, const Type::Object3D& body, const HandPaths& paths,
                               std::string_view category);
 
-/// Where the hand of a group is, as (left, up, forward) from the top of the body, as the robot sees it, in metres: the
+/// Where the hand of a group is, as (left, up, away) from the top of the body, as the robot sees it, in metres: the
 /// waving decision looks at the first two components, a wave goes across and up rather than to and from the robot, and
 /// who walks or sits down takes his hands with him. It is the topmost of its movements, and the mean of what is one
 /// hand with it. The others are elbows, or somebody behind. The group has at least one.
