@@ -29,6 +29,13 @@ constexpr const char* process2d =
     "cameraPositionTorso <= SceneTorso; cameraPositionRobot <= SceneRobot; cameraPositionWorld <= SceneWorld; "
     "heightOffset <= SceneHeightOffset; population => population; removed => removed; display => display; }";
 
+std::string programOf(const SceneRunOptions& options)
+{
+  if (!options.program.empty())
+    return options.program;
+  return options.isFlat ? process2d : process3d;
+}
+
 const CameraResolution& resolutionOf(const std::string& word)
 {
   const auto resolutions = cameraResolutions();
@@ -47,8 +54,8 @@ SceneRun::SceneRun(Sim::Scene scene, const SceneRunOptions& options_)
        {"SceneDepth", "SceneColor", "SceneTorso", "SceneRobot", "SceneWorld", "SceneHeightOffset"})
     registry.createSource(source);
   registry.setData("SceneHeightOffset", makeData(0.0F));
-  if (!registry.loadProgramFromFile("people.fxs") || !registry.loadProgram(options.isFlat ? process2d : process3d))
-    throw std::runtime_error("the program \"people.fxs\" could not be loaded");
+  if (!registry.loadProgramFromFile("people.fxs") || !registry.loadProgram(programOf(options)))
+    throw std::runtime_error("the program that finds people could not be loaded");
 }
 
 SceneRun::~SceneRun() = default;

@@ -17,6 +17,11 @@ struct SceneRunOptions
   std::string resolution = "QVGA";  ///< of depth and of colour
   bool isPerfect = false;           ///< without the depth camera's noise and losses
   bool isFlat = false;              ///< with the colour camera alone
+
+  /// More of a program, behind people.fxs, with a process "people" that has a sink "population". Its sources are
+  /// SceneDepth, SceneColor, SceneTorso, SceneRobot, SceneWorld and SceneHeightOffset. Empty for the one that finds
+  /// people.
+  std::string program = {};
 };
 
 /// Runs the program that finds people on a scene, frame by frame, in the scene's own time: each frame is finished
