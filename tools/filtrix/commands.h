@@ -29,6 +29,8 @@ void addFiltersCommand(CLI::App& app, Action& action);
 void addGraphCommand(CLI::App& app, Action& action);
 void addCallCommand(CLI::App& app, Action& action);
 void addMethodsCommand(CLI::App& app, Action& action);
+void addRecordCommand(CLI::App& app, Action& action);
+void addReplayCommand(CLI::App& app, Action& action);
 void addSceneCommand(CLI::App& app, Action& action);
 void addEvaluateCommand(CLI::App& app, Action& action);
 void addCompletionCommand(CLI::App& app, Action& action);

@@ -14,6 +14,7 @@ int main(int argc, char** argv)
   app.set_version_flag("--version", FILTRIX_VERSION);
   app.require_subcommand(1);
   app.footer("Examples:\n"
+             "  filtrix people                         finds people in a simulated robot's room\n"
              "  filtrix people --camera 0              finds people before this machine's camera\n"
              "  filtrix filters                        what there is to build programs from\n"
              "  filtrix check hello.fxs                finds the faults of a program without running it\n"
@@ -28,6 +29,8 @@ int main(int argc, char** argv)
   Tool::addGraphCommand(app, action);
   Tool::addCallCommand(app, action);
   Tool::addMethodsCommand(app, action);
+  Tool::addRecordCommand(app, action);
+  Tool::addReplayCommand(app, action);
   Tool::addSceneCommand(app, action);
   Tool::addEvaluateCommand(app, action);
   Tool::addCompletionCommand(app, action);

@@ -103,17 +103,22 @@ private:
   std::vector<double> latencies;
 };
 
-// Where depth is, the depth camera's; else that of the top camera.
+/// Frames a second; no camera of a robot is faster.
+constexpr double fastestCamera = 30.0;
+
+// Where depth is, the depth camera's; else that of the top camera. The camera is asked for twice as many images as are
+// looked at, so that there is a new one whenever one is wanted.
 std::string processText(bool is3d, const PeopleOptions& options)
 {
   const std::string motion = is3d ? "CameraDepth" : "CameraTop";
   return fmt::format("process people({0}, 8, {1}) {{ {2} colorImage <= VideoDevice_TopCamera<{3}>; "
                      "cameraPositionTorso <= Motion_{4}<TORSO>; cameraPositionRobot <= Motion_{4}<ROBOT>; "
                      "cameraPositionWorld <= Motion_{4}<WORLD>; heightOffset <= RobotHeightOffset; "
-                     "population => population; removed => removed; display => display; }}",
+                     "population => population; removed => removed; display => display; }}\n"
+                     "process camera(Identity, 5, {5}) {{ in <= VideoDevice_{6}Camera<{3}>; out => out; }}",
                      is3d ? "People3D" : "People2D", options.rate,
                      is3d ? fmt::format("depthImage <= VideoDevice_DepthCamera<{}>;", options.resolution) : "",
-                     options.resolution, motion);
+                     options.resolution, motion, std::min(2.0 * options.rate, fastestCamera), is3d ? "Depth" : "Top");
 }
 
 class PeopleWatch final
@@ -121,11 +126,13 @@ class PeopleWatch final
 public:
   explicit PeopleWatch(const PeopleOptions& options_) : options(options_), isTerminal(::isatty(STDOUT_FILENO) != 0) {}
 
-  // Called by the worker that has run the process.
+  // Called by the worker that has run the process. There is no population in a run on the same image as before.
   void add(FiltrixPrivate& registry, const DataPtr& population)
   {
+    if (!population)
+      return;
     const double latency =
-        population && !population->get<DataArray>()->empty()
+        !population->get<DataArray>()->empty()
             ? 1.0e-3 * static_cast<double>((Type::Time::now() - newestIn(*population)).microseconds())
             : 0.0;
     Moment moment{population, registry.getLastData("people:removed"), registry.getLastData("people:display"), latency};

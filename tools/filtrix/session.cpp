@@ -1,16 +1,21 @@
 #include "tools/filtrix/session.h"
 
+#include "filtrix/ku/clock.h"
 #include "filtrix/ku/log.h"
 #include "module/entry.h"
 #include "module/zrfiltrix.h"
 #include "platform/cameraservice.h"
 #include "platform/capture/capturerobot.h"
+#include "platform/replay/recorder.h"
+#include "platform/replay/recordingservices.h"
 #include "platform/replay/replayrobot.h"
 #include "platform/sim/simrobot.h"
 
 #include <CLI/CLI.hpp>
 
+#include <chrono>
 #include <exception>
+#include <utility>
 
 namespace ZR::Filtrix::Tool
 {
@@ -33,6 +38,7 @@ void addRobotOptions(CLI::App& command, RobotOptions& options)
                                               "Looks through a camera of this machine (its number), a film or a stream")
                                   ->excludes(scene)
                                   ->excludes(replay);
+  command.add_option("--record", options.record, "Records all that the robot gives to this file");
   command
       .add_flag_callback(
           "--no-robot", [&options] { options.scene.clear(); }, "No robot at all")
@@ -43,22 +49,40 @@ void addRobotOptions(CLI::App& command, RobotOptions& options)
 
 Session::Session(const RobotOptions& options)
 {
+  if (options.record.empty())
+    _attachRobot(options, *host.broker());
+  else
+  {
+    // The robot's own services are kept behind those that record.
+    const Host robot("robot");
+    _attachRobot(options, *robot.broker());
+    _recordTo(options.record, *robot.broker());
+  }
+  _createModule(host.broker());
+  theModule = std::dynamic_pointer_cast<ZRFiltrix>(host.broker()->find(ZRFiltrix::moduleName));
+}
+
+void Session::_attachRobot(const RobotOptions& options, ZRBroker& broker)
+{
   if (!options.replay.empty())
   {
-    replay = std::make_unique<Replay::ReplayRobot>(options.replay, Replay::ReplayOptions{.loop = true});
-    replay->attach(*host.broker());
+    replay = std::make_unique<Replay::ReplayRobot>(
+        options.replay, Replay::ReplayOptions{.loop = true, .start = {}, .stamps = Replay::Stamps::OfTheClock});
+    replay->attach(broker);
   }
   else if (!options.camera.empty())
   {
     Capture::CaptureOptions capturing;
     capturing.cameras[0].source = options.camera;
+    // So that a picture's age can be told.
+    capturing.start = std::chrono::duration_cast<std::chrono::microseconds>(ku::Clock::now().time_since_epoch());
     capture = std::make_unique<Capture::CaptureRobot>(capturing);
-    capture->attach(*host.broker());
+    capture->attach(broker);
   }
   else if (!options.scene.empty())
   {
     simulated = std::make_unique<Sim::Robot>(Sim::loadScene(options.scene));
-    simulated->attach(*host.broker());
+    simulated->attach(broker);
   }
   else
   {
@@ -66,8 +90,17 @@ Session::Session(const RobotOptions& options)
     for (const char* const category : {"filtrix.videosource", "filtrix.motionsource", "filtrix.audiosource"})
       ku::log::setLevel(category, ku::log::Level::Fatal);
   }
-  _createModule(host.broker());
-  theModule = std::dynamic_pointer_cast<ZRFiltrix>(host.broker()->find(ZRFiltrix::moduleName));
+}
+
+void Session::_recordTo(const std::string& file, const ZRBroker& robot)
+{
+  theRecorder = std::make_shared<Replay::Recorder>(file);
+  if (auto camera = std::dynamic_pointer_cast<CameraService>(robot.find(CameraService::serviceName)))
+    host.broker()->add(std::make_shared<Replay::RecordingCamera>(std::move(camera), theRecorder));
+  if (auto motion = std::dynamic_pointer_cast<MotionService>(robot.find(MotionService::serviceName)))
+    host.broker()->add(std::make_shared<Replay::RecordingMotion>(std::move(motion), theRecorder));
+  if (auto audio = std::dynamic_pointer_cast<AudioService>(robot.find(AudioService::serviceName)))
+    host.broker()->add(std::make_shared<Replay::RecordingAudio>(std::move(audio), theRecorder));
 }
 
 Session::~Session() = default;

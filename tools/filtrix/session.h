@@ -22,8 +22,9 @@ class FiltrixPrivate;
 
 namespace ZR::Replay
 {
+class Recorder;
 class ReplayRobot;
-}
+}  // namespace ZR::Replay
 
 namespace ZR::Capture
 {
@@ -43,9 +44,11 @@ struct RobotOptions
   std::string replay;  ///< a recording or a folder of pictures; empty for none
   std::string camera;  ///< the number of a camera of this machine, a film, or a stream; empty for none
   std::string scene;   ///< of the simulated robot; empty for none
+  std::string record;  ///< the file that all that the robot gives is recorded to; empty for none
 };
 
-/// Adds `--scene`, `--replay`, `--camera` and `--no-robot`. Without any of them it is the simulated robot.
+/// Adds `--scene`, `--replay`, `--camera` and `--no-robot`. Without any of them it is the simulated robot. And
+/// `--record`.
 void addRobotOptions(CLI::App& command, RobotOptions& options);
 
 /// A host in this process with a robot, or none, and the module.
@@ -60,13 +63,20 @@ public:
 
   [[nodiscard]] FiltrixPrivate& registry() const;
 
+  /// Null when nothing is recorded.
+  [[nodiscard]] Replay::Recorder* recorder() const noexcept { return theRecorder.get(); }
+
   /// False also when the robot has no cameras at all.
   [[nodiscard]] bool hasDepthCamera() const;
 
 private:
+  void _attachRobot(const RobotOptions& options, ZRBroker& broker);
+  void _recordTo(const std::string& file, const ZRBroker& robot);
+
   std::unique_ptr<Replay::ReplayRobot> replay;
   std::unique_ptr<Capture::CaptureRobot> capture;
   std::unique_ptr<Sim::Robot> simulated;
+  std::shared_ptr<Replay::Recorder> theRecorder;
   Host host;
   std::shared_ptr<ZRFiltrix> theModule;
 };

@@ -22,6 +22,16 @@ constexpr float above = 0.32F;
 constexpr float below = 0.60F;
 constexpr float aside = 0.12F;
 
+// At least a pixel: of who is outside the colour image, the one nearest to him. It shows no face, and says that.
+cv::Rect partOf(const cv::Rect& wanted, const cv::Size& image)
+{
+  const int left = std::clamp(wanted.x, 0, image.width - 1);
+  const int top = std::clamp(wanted.y, 0, image.height - 1);
+  const int right = std::clamp(wanted.x + wanted.width, left + 1, image.width);
+  const int bottom = std::clamp(wanted.y + wanted.height, top + 1, image.height);
+  return {cv::Point(left, top), cv::Point(right, bottom)};
+}
+
 class ExtractBodyImage final : public PerceptionFilter
 {
 public:
@@ -68,9 +78,7 @@ private:
     const cv::Vec2f end = camera.pixel(bottomRight);
     const cv::Rect wanted(cv::Point(static_cast<int>(std::floor(start[0])), static_cast<int>(std::floor(start[1]))),
                           cv::Point(static_cast<int>(std::ceil(end[0])) + 1, static_cast<int>(std::ceil(end[1])) + 1));
-    const cv::Rect box = wanted & cv::Rect(0, 0, image.width(), image.height());
-    if (box.empty())
-      return;
+    const cv::Rect box = partOf(wanted, image.cvMat().size());
     human.setObject2D(ObjectName::bodyImage, makeObject(*object, *view, image, box));
   }
 

@@ -49,7 +49,7 @@ SearchWindow windowFor(const Type::Object2D& body, const cv::Size& image)
   if (!camera.isValid())
     return {whole};
   const float metres = 0.001F * static_cast<float>(*distance);
-  const float rows = std::min(headRows * camera.focalY() / metres, static_cast<float>(image.height));
+  const float rows = std::min(1.0F + headRows * camera.focalY() / metres, static_cast<float>(image.height));
   const float pixels = faceWidth * camera.focalX() / metres;
   return {cv::Rect(0, 0, image.width, static_cast<int>(rows)),
           std::clamp(faceResolution / pixels, 1.0F, mostEnlargement)};

@@ -28,7 +28,8 @@ std::shared_ptr<ReplayState> openState(const std::filesystem::path& path, const 
 {
   auto recording = openRecording(path);
   const auto lap = lapOf(recording->contents(), options.loop);
-  return std::make_shared<ReplayState>(std::move(recording), lap, options.start == Start::WithFirstConsumer);
+  return std::make_shared<ReplayState>(std::move(recording), lap, options.start == Start::WithFirstConsumer,
+                                       options.stamps == Stamps::OfTheClock);
 }
 
 template <typename Track>

@@ -25,10 +25,18 @@ enum class Start
   WhenTold            ///< by `play` or `step`
 };
 
+/// Which time stamps frames and sounds have.
+enum class Stamps
+{
+  AsRecorded,
+  OfTheClock  ///< of `ku::Clock`, as if they came from a robot now
+};
+
 struct ReplayOptions
 {
   bool loop = false;  ///< again and again, with times that go on
   Start start = Start::WithFirstConsumer;
+  Stamps stamps = Stamps::AsRecorded;
 };
 
 /// A robot that is a recording: an MCAP file, or a folder of pictures.

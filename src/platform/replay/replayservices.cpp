@@ -69,6 +69,13 @@ catch (const RecordingError& error)
 }
 }  // namespace
 
+std::int64_t ReplayState::stampOf(const Timeline& timeline, std::uint64_t item, std::int64_t recorded) const
+{
+  if (!hasClockStamps)
+    return recorded + microseconds(timeline.shift(item));
+  return microseconds(playhead.timeOf(timeline.timeOf(item).value_or(Nanoseconds(0))).time_since_epoch());
+}
+
 ReplayCamera::ReplayCamera(std::shared_ptr<ReplayState> state_)
     : state(std::move(state_)), timelines(timelinesOf(state->recording->contents().images, state->lap))
 {
@@ -140,8 +147,8 @@ std::shared_ptr<const ZRImage> ReplayCamera::_frame(const Subscription& subscrip
   auto frame = state->recording->image(subscription.track, timeline.recorded(item));
   if (formatOf(frame->header()) != subscription.format)
     frame = convertFrame(*frame, subscription.format);
-  const std::int64_t shift = microseconds(timeline.shift(item));
-  return shift == 0 ? frame : withTime(*frame, frame->timestamp() + shift);
+  const std::int64_t stamp = state->stampOf(timeline, item, frame->timestamp());
+  return stamp == frame->timestamp() ? frame : withTime(*frame, stamp);
 }
 
 void ReplayCamera::releaseImage(const std::string& id)
@@ -226,11 +233,11 @@ std::shared_ptr<const AudioBlock> ReplayAudio::getBlock(const std::string& id)
       {
         const Timeline& timeline = *subscription->timeline;
         auto block = state->recording->audio(subscription->track, timeline.recorded(*item));
-        const std::int64_t shift = microseconds(timeline.shift(*item));
-        if (!block || shift == 0)
+        const std::int64_t stamp = block ? state->stampOf(timeline, *item, block->timestamp) : 0;
+        if (!block || stamp == block->timestamp)
           return block;
         AudioBlock later = *block;
-        later.timestamp += shift;
+        later.timestamp = stamp;
         return std::make_shared<const AudioBlock>(std::move(later));
       });
 }

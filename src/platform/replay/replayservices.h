@@ -18,13 +18,18 @@ namespace ZR::Replay
 {
 struct ReplayState
 {
-  ReplayState(std::unique_ptr<Recording> recording_, std::optional<Nanoseconds> lap_, bool startsByItself)
-      : recording(std::move(recording_)), lap(lap_), playhead(startsByItself)
+  ReplayState(std::unique_ptr<Recording> recording_, std::optional<Nanoseconds> lap_, bool startsByItself,
+              bool hasClockStamps_)
+      : recording(std::move(recording_)), lap(lap_), hasClockStamps(hasClockStamps_), playhead(startsByItself)
   {
   }
 
+  /// The time stamp of an item that was recorded with another, in microseconds.
+  [[nodiscard]] std::int64_t stampOf(const Timeline& timeline, std::uint64_t item, std::int64_t recorded) const;
+
   const std::unique_ptr<Recording> recording;
   const std::optional<Nanoseconds> lap;  ///< when it is played again and again
+  const bool hasClockStamps;
   Playhead playhead;
 };
 
