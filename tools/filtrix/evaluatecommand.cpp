@@ -1,7 +1,6 @@
 // `filtrix evaluate`: how well people are seen in scenes whose truth is known.
 
 #include "filtrix/image.h"
-#include "module/zrfiltrix.h"
 #include "platform/sim/scene.h"
 #include "program/filtrixprivate.h"
 #include "tools/filtrix/commands.h"
@@ -37,7 +36,6 @@ struct EvaluateOptions
   std::string baseline;
   std::string frames;
   bool verbose = false;
-  bool statistics = false;
 };
 
 void writeFrame(SceneRun& run, const fs::path& file)
@@ -83,8 +81,6 @@ Figures evaluate(const std::string& name, const EvaluateOptions& options)
     if (!options.frames.empty())
       writeFrame(run, fs::path(options.frames) / fmt::format("{}-{:04}.png", fs::path(name).stem().string(), i));
   }
-  if (options.statistics)
-    std::cerr << run.session().module().getInstrumentationResult();
   return judge.figures();
 }
 
@@ -160,7 +156,6 @@ void addEvaluateCommand(CLI::App& app, Action& action)
       ->check(CLI::ExistingFile);
   command.add_option("--frames", options->frames, "A folder to write annotated pictures to");
   command.add_flag("--verbose", options->verbose, "Tells for each frame who is there and who was found");
-  command.add_flag("--stats", options->statistics, "Tells what processes and filters have cost");
   command.footer("Example:\n  filtrix evaluate crossing waving --json figures.json");
   command.callback([&action, options] { action = [options] { return evaluate(*options); }; });
 }

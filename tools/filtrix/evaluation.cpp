@@ -503,6 +503,10 @@ nlohmann::json toJson(const Figures& figures)
                          {"looking_f1", figures.looking.f1()},
                          {"waving_f1", figures.waving.f1()},
                          {"sitting_f1", figures.sitting.f1()},
+                         {"frames_with",
+                          {{"looking", figures.looking.truePositives + figures.looking.falseNegatives},
+                           {"waving", figures.waving.truePositives + figures.waving.falseNegatives},
+                           {"sitting", figures.sitting.truePositives + figures.sitting.falseNegatives}}},
                          {"latency_median", figures.latency(0.5)},
                          {"latency_99", figures.latency(0.99)}};
   for (std::size_t band = 0; band < figures.detection.size(); ++band)

@@ -22,7 +22,7 @@ struct JudgedFrame
   double latency = 0.0;  ///< milliseconds of computing
 };
 
-/// Whether a person must be found: who is between 0.8 m and 4 m away and two fifths of whom are seen, with the head.
+/// Whether a person must be found: who is between 0.8 m and 4 m away and of whom two fifths are seen, with the head.
 [[nodiscard]] bool isCounted(const Sim::PersonTruth& person);
 
 /// Right and wrong answers to a yes-or-no question.

@@ -1,5 +1,7 @@
 #include "platform/sim/raster.h"
 
+#include "platform/sim/hit.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -102,10 +104,10 @@ void castShape(Raster& raster, const SeenShape& seen, std::int16_t index, const 
     const Vec3f row = seen.ahead + seen.up * view.up(static_cast<float>(v));
     for (int u = pixels.x; u < pixels.x + pixels.width; ++u)
     {
-      const auto depth = hit(seen.shape, seen.origin, row + seen.left * view.left(static_cast<float>(u)));
-      if (!depth || *depth >= depths[u] || *depth < nearPlane)
+      const float depth = hit(seen.shape, seen.origin, row + seen.left * view.left(static_cast<float>(u)));
+      if (depth >= depths[u] || depth < nearPlane)
         continue;
-      depths[u] = *depth;
+      depths[u] = depth;
       indices[u] = index;
     }
   }
@@ -153,8 +155,8 @@ Color colorAt(const Shape& shape, const Vec3f& point, const std::vector<Material
   static const Vec3f light = cv::normalize(Vec3f(-0.55F, 0.25F, 0.80F));
   const Vec3f own = normalAt(shape, point);
   const Material& material = materials[static_cast<std::size_t>(materialAt(shape, own))];
-  const Vec3f normal = cv::normalize(shape.toOwn.t() * own);
-  const float brightness = 0.55F + 0.45F * std::max(0.0F, normal.dot(light));
+  const Vec3f normal = shape.toOwn.t() * own;
+  const float brightness = 0.55F + 0.45F * std::max(0.0F, normal.dot(light) / std::sqrt(normal.dot(normal)));
   const Color color = material.face ? material.face->at(point) : material.color;
   return color * (brightness * pattern(shape, point));
 }

@@ -2,65 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
-#include <utility>
 
 namespace ZR::Sim
 {
-namespace
-{
-/// Nothing nearer is seen, in multiples of the direction.
-constexpr float nearest = 0.01F;
-
-// The smaller root of a t^2 + 2 b t + c = 0 that lies in front.
-std::optional<float> firstRoot(float a, float b, float c)
-{
-  const float discriminant = b * b - a * c;
-  if (discriminant < 0.0F || a <= 0.0F)
-    return std::nullopt;
-  const float t = (-b - std::sqrt(discriminant)) / a;
-  return t > nearest ? std::optional(t) : std::nullopt;
-}
-
-std::optional<float> hitBall(const cv::Vec3f& o, const cv::Vec3f& d)
-{
-  return firstRoot(d.dot(d), o.dot(d), o.dot(o) - 1.0F);
-}
-
-// Where the line enters a block and where it leaves it; nothing when it passes by.
-std::optional<std::pair<float, float>> crossBlock(const cv::Vec3f& o, const cv::Vec3f& d)
-{
-  float enter = -std::numeric_limits<float>::max();
-  float leave = std::numeric_limits<float>::max();
-  for (int axis = 0; axis < 3; ++axis)
-  {
-    // A line along the sides gives infinities of the right signs.
-    const float inverse = 1.0F / d[axis];
-    const float first = (-1.0F - o[axis]) * inverse;
-    const float second = (1.0F - o[axis]) * inverse;
-    enter = std::max(enter, std::min(first, second));
-    leave = std::min(leave, std::max(first, second));
-  }
-  return enter <= leave ? std::optional(std::pair(enter, leave)) : std::nullopt;
-}
-
-std::optional<float> hitCapsule(const cv::Vec3f& o, const cv::Vec3f& d, float halfLength)
-{
-  const float c = o[0] * o[0] + o[1] * o[1] - 1.0F;
-  const auto side = firstRoot(d[0] * d[0] + d[1] * d[1], o[0] * d[0] + o[1] * d[1], c);
-  if (side && std::abs(o[2] + *side * d[2]) <= halfLength)
-    return side;
-  std::optional<float> first;
-  for (const float end : {-halfLength, halfLength})
-  {
-    const auto t = hitBall({o[0], o[1], o[2] - end}, d);
-    if (t && (!first || *t < *first))
-      first = t;
-  }
-  return first;
-}
-}  // namespace
-
 cv::Matx33f turnAboutVertical(float angle)
 {
   const float s = std::sin(angle);
@@ -106,25 +50,6 @@ Shape moved(const Shape& shape, const cv::Matx33f& turn, const cv::Vec3f& shift)
   result.toWorld = turn * shape.toWorld;
   result.toOwn = shape.toOwn * turn.t();
   return result;
-}
-
-std::optional<float> hit(const Shape& shape, const cv::Vec3f& origin, const cv::Vec3f& direction)
-{
-  switch (shape.form)
-  {
-  case Form::Ball:
-    return hitBall(origin, direction);
-  case Form::Capsule:
-    return hitCapsule(origin, direction, shape.halfLength);
-  case Form::Block:
-  case Form::Room:
-    break;
-  }
-  const auto crossing = crossBlock(origin, direction);
-  if (!crossing)
-    return std::nullopt;
-  const float t = shape.form == Form::Room ? crossing->second : crossing->first;
-  return t > nearest ? std::optional(t) : std::nullopt;
 }
 
 cv::Vec3f normalAt(const Shape& shape, const cv::Vec3f& point)

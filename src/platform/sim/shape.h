@@ -3,7 +3,6 @@
 #include <opencv2/core/matx.hpp>
 
 #include <cstdint>
-#include <optional>
 
 namespace ZR::Sim
 {
@@ -39,10 +38,6 @@ struct Shape
 
 /// Rotation about the vertical, radians, to the left positive.
 [[nodiscard]] cv::Matx33f turnAboutVertical(float angle);
-
-/// Where a straight line first meets the shape, as a multiple of its direction, if in front of its origin. Both are in
-/// the shape's own coordinates.
-[[nodiscard]] std::optional<float> hit(const Shape& shape, const cv::Vec3f& origin, const cv::Vec3f& direction);
 
 /// The outward normal, not of length one, at a point of the surface, both in the shape's own coordinates.
 [[nodiscard]] cv::Vec3f normalAt(const Shape& shape, const cv::Vec3f& point);

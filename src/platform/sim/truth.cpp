@@ -88,7 +88,7 @@ private:
     truth.visible = whole.all > 0 ? static_cast<float>(byDepth[index].all) / static_cast<float>(whole.all) : 0.0F;
     truth.headIsVisible = whole.head > 0 && 2 * byDepth[index].head >= whole.head;
     const PixelCount wholeInColor = count(widened(colorView), alone)[index];
-    truth.faceIsVisible = wholeInColor.face > 0 && 10 * byColor[index].face >= 7 * wholeInColor.face;
+    truth.faceIsVisible = wholeInColor.face > 0 && 20 * byColor[index].face >= 19 * wholeInColor.face;
   }
 
   void tellGaze(PersonTruth& truth, const Actor& person, const ActorState& state) const

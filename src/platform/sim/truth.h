@@ -28,7 +28,7 @@ struct PersonTruth
   float height = 0.0F;         ///< metres from the ground to the top of the head, now
   float visible = 0.0F;        ///< which share of the whole body the depth camera sees, 0 to 1
   bool headIsVisible = false;  ///< at least half of the head's width, to the depth camera
-  bool faceIsVisible = false;  ///< to the top camera: most of the face, turned to it by less than 45 degrees
+  bool faceIsVisible = false;  ///< to the top camera: the whole face, turned to it by less than 45 degrees
   bool isLooking = false;      ///< at the robot: the head is turned to it by less than 20 degrees
   bool wavesLeft = false;      ///< with the hand at the left as the robot sees it
   bool wavesRight = false;
