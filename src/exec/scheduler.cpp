@@ -217,9 +217,13 @@ Duration Scheduler::_sleepTime() const
   return shortest;
 }
 
+// In whole milliseconds; what is left of the last one is slept as it is, or else the cycle would turn thousands of
+// times before the first process is due.
 void Scheduler::_sleep(Duration length)
 {
-  wakeUp.sleepFor(std::chrono::milliseconds(length.milliseconds()));
+  const std::chrono::milliseconds whole(length.milliseconds());
+  wakeUp.sleepFor(whole.count() > 0 ? std::chrono::microseconds(whole)
+                                    : std::chrono::microseconds(length.microseconds()));
 }
 
 // Enters the worker function again as often as a run throws it out.
