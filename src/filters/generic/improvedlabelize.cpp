@@ -25,16 +25,16 @@ int toPixels(float share, const cv::Mat& image)
 
 /// Closes small gaps in an image, splits it into regions of connected pixels and drops those too small or too large.
 ///
-/// | Port                   | Types                                 | Meaning |
-/// |------------------------|---------------------------------------|---------------------------------------------------|
-/// | inputImage             | BinaryImage DepthImage GrayscaleImage | 0 is background; depth in millimetres | |
-/// toleranceH, toleranceV | Integer, optional, 0                  | by how much neighbours in a row and in a column   |
-/// |                        |                                       | may differ; not for binary images | | kernel |
-/// Integer                               | side of the dilation's square in pixels; an even  | | | | one is raised by 1
-/// | | min, max               | Float                                 | the least and greatest share of the image that
-/// a  | |                        |                                       | region may have; a max of 0 stands for all |
-/// | labelizedImage         | LabelImage                            | 1, 2, 3, ... in the order of their first pixels |
-/// | dilatedImage           | as `inputImage`                       | what was labelled |
+/// | Port                   | Types                                 | Meaning                                |
+/// |------------------------|---------------------------------------|----------------------------------------|
+/// | inputImage             | BinaryImage DepthImage GrayscaleImage | 0 is background; depth in millimetres  |
+/// | toleranceH, toleranceV | Integer, optional, 0                  | how neighbours in a row, a column may differ |
+/// | kernel                 | Integer                               | side of the dilation's square, pixels  |
+/// | min, max               | Float                                 | shares of the image; a max of 0: all   |
+/// | labelizedImage         | LabelImage                            | 1, 2, ... in the order of first pixels |
+/// | dilatedImage           | as `inputImage`                       | what was labelled                      |
+///
+/// The tolerances do not count for binary images; an even kernel is raised by 1.
 ///
 /// Wrong inputs and a negative kernel are logged on "filtrix.filter.improvedlabelize" and give no output; an empty
 /// image gives no labels. Stateless.

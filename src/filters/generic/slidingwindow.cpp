@@ -117,12 +117,11 @@ DataPtr windowOf(FilterMemory& memory, const ProcessKey& processKey, const Proce
 
 /// The mean of the last images, element by element, rounded down.
 ///
-/// | Port | Types                                | Meaning |
-/// |------|--------------------------------------|-----------------------------------------------------------------------|
-/// | in   | ColorImage GrayscaleImage DepthImage | the new image | | size | Integer                              | how
-/// many images, this one included; less than 1 counts as 1, more     | |      |                                      |
-/// than 32768 as 32768                                                   | | out  | as `in` | same size, source, time
-/// and fields of view as `in`                    |
+/// | Port | Types                                | Meaning                                    |
+/// |------|--------------------------------------|--------------------------------------------|
+/// | in   | ColorImage GrayscaleImage DepthImage | the new image                              |
+/// | size | Integer                              | how many images, from 1 to 32768, this too |
+/// | out  | as `in`                              | size, source, time and fields as `in`      |
 ///
 /// Until `size` images have come, the mean of those. Depths of 0 count like all others. Keeps the images, as many as
 /// asked for, and their running sum per scope, so a run costs the same for every size; an image of another type or size
