@@ -10,6 +10,8 @@ find_package(nlohmann_json 3.11 REQUIRED)
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(zstd REQUIRED IMPORTED_TARGET libzstd)
 pkg_check_modules(sndfile REQUIRED IMPORTED_TARGET sndfile)
+# Only for depth cameras on USB: the rest does without.
+pkg_check_modules(openni2 IMPORTED_TARGET libopenni2)
 set(FILTRIX_OPENCV_MODULES core imgproc imgcodecs objdetect calib3d videoio)
 include(FiltrixOpenCV)
 if(FILTRIX_BUILD_TESTS)

@@ -6,6 +6,9 @@
 #include "module/zrfiltrix.h"
 #include "platform/cameraservice.h"
 #include "platform/capture/capturerobot.h"
+#ifdef FILTRIX_HAS_OPENNI
+#include "platform/openni/opennirobot.h"
+#endif
 #include "platform/replay/recorder.h"
 #include "platform/replay/recordingservices.h"
 #include "platform/replay/replayrobot.h"
@@ -15,6 +18,7 @@
 
 #include <chrono>
 #include <exception>
+#include <stdexcept>
 #include <utility>
 
 namespace ZR::Filtrix::Tool
@@ -38,13 +42,20 @@ void addRobotOptions(CLI::App& command, RobotOptions& options)
                                               "Looks through a camera of this machine (its number), a film or a stream")
                                   ->excludes(scene)
                                   ->excludes(replay);
+  CLI::Option* const depth = command
+                                 .add_option("--depth-camera", options.depth,
+                                             "Looks through a depth camera on USB: any, its address, or an .oni file")
+                                 ->excludes(scene)
+                                 ->excludes(replay)
+                                 ->excludes(camera);
   command.add_option("--record", options.record, "Records all that the robot gives to this file");
   command
       .add_flag_callback(
           "--no-robot", [&options] { options.scene.clear(); }, "No robot at all")
       ->excludes(scene)
       ->excludes(replay)
-      ->excludes(camera);
+      ->excludes(camera)
+      ->excludes(depth);
 }
 
 Session::Session(const RobotOptions& options)
@@ -79,6 +90,8 @@ void Session::_attachRobot(const RobotOptions& options, ZRBroker& broker)
     capture = std::make_unique<Capture::CaptureRobot>(capturing);
     capture->attach(broker);
   }
+  else if (!options.depth.empty())
+    _attachDepthCamera(options.depth, broker);
   else if (!options.scene.empty())
   {
     simulated = std::make_unique<Sim::Robot>(Sim::loadScene(options.scene));
@@ -90,6 +103,18 @@ void Session::_attachRobot(const RobotOptions& options, ZRBroker& broker)
     for (const char* const category : {"filtrix.videosource", "filtrix.motionsource", "filtrix.audiosource"})
       ku::log::setLevel(category, ku::log::Level::Fatal);
   }
+}
+
+void Session::_attachDepthCamera(const std::string& device, ZRBroker& broker)
+{
+#ifdef FILTRIX_HAS_OPENNI
+  depthRobot = std::make_shared<OpenNI::DepthRobot>(
+      OpenNI::DeviceOptions{.device = device == "any" ? std::string() : device, .start = {}});
+  depthRobot->attach(broker);
+#else
+  static_cast<void>(broker);
+  throw std::runtime_error("no depth camera \"" + device + "\": this program was built without OpenNI2");
+#endif
 }
 
 void Session::_recordTo(const std::string& file, const ZRBroker& robot)

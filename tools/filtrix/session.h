@@ -31,6 +31,11 @@ namespace ZR::Capture
 class CaptureRobot;
 }
 
+namespace ZR::OpenNI
+{
+class DepthRobot;
+}
+
 namespace ZR::Sim
 {
 class Robot;
@@ -43,11 +48,13 @@ struct RobotOptions
 {
   std::string replay;  ///< a recording or a folder of pictures; empty for none
   std::string camera;  ///< the number of a camera of this machine, a film, or a stream; empty for none
+  std::string depth;   ///< "any", an address or an .oni file for a depth camera on USB; empty for none
   std::string scene;   ///< of the simulated robot; empty for none
   std::string record;  ///< the file that all that the robot gives is recorded to; empty for none
 };
 
-/// Adds `--scene`, `--replay`, `--camera` and `--no-robot`. Without any of them it is the simulated robot. And
+/// Adds `--scene`, `--replay`, `--camera`, `--depth-camera` and `--no-robot`. Without any of them it is the simulated
+/// robot. And
 /// `--record`.
 void addRobotOptions(CLI::App& command, RobotOptions& options);
 
@@ -71,10 +78,12 @@ public:
 
 private:
   void _attachRobot(const RobotOptions& options, ZRBroker& broker);
+  void _attachDepthCamera(const std::string& device, ZRBroker& broker);
   void _recordTo(const std::string& file, const ZRBroker& robot);
 
   std::unique_ptr<Replay::ReplayRobot> replay;
   std::unique_ptr<Capture::CaptureRobot> capture;
+  std::shared_ptr<OpenNI::DepthRobot> depthRobot;  // null where the program was built without
   std::unique_ptr<Sim::Robot> simulated;
   std::shared_ptr<Replay::Recorder> theRecorder;
   Host host;
