@@ -148,5 +148,62 @@ TEST_F(Command, RefusesAWrongCommandLine)
   EXPECT_EQ(filtrix("run " + program + " --print p:o --for 0.1").status, 1);
   EXPECT_THAT(filtrix("completion bash | bash -n").out, IsEmpty());
 }
+
+TEST_F(Command, RecordsARobotAndReplaysItTheSameEveryTime)
+{
+  const std::string file = (folder / "walk.mcap").string();
+  const Outcome recorded = filtrix("record --record " + file + " --scene onewalking --resolution QQVGA --for 1.5");
+  EXPECT_EQ(recorded.status, 0);
+  const Outcome info = filtrix("record info " + file);
+  EXPECT_THAT(info.out, AllOf(HasSubstr("/camera/2/Depth/160x120"), HasSubstr("/motion/CameraDepth/robot/measured")));
+  const std::string program = write("objects.fxs", R"(process objects(Segmentation3D, 3, 100.0) {
+    depthImage <= VideoDevice_DepthCamera<QQVGA>; cameraPositionTorso <= Motion_CameraDepth<TORSO>;
+    cameraPositionRobot <= Motion_CameraDepth<ROBOT>; cameraPositionWorld <= Motion_CameraDepth<WORLD>;
+    heightOffset <= RobotHeightOffset; objects => objects; })");
+  const std::string replay = "replay " + file + " " + program + " --json --print objects:objects";
+  const Outcome first = filtrix(replay, "2>/dev/null");
+  EXPECT_EQ(first.status, 0);
+  EXPECT_THAT(first.out, HasSubstr("\"Object3D\""));
+  EXPECT_EQ(filtrix(replay, "2>/dev/null").out, first.out);
+  EXPECT_EQ(filtrix("record info " + program).status, 1);
+  EXPECT_EQ(filtrix("record").status, 2);
+}
+
+TEST_F(Command, LooksIntoScenes)
+{
+  EXPECT_THAT(filtrix("scene").out, AllOf(HasSubstr("crowd"), HasSubstr("6 people")));
+  const Outcome truth = filtrix("scene crossing --every 12 --pictures " + (folder / "pictures").string());
+  EXPECT_EQ(nlohmann::json::parse(truth.out.substr(0, truth.out.find('\n')))["people"].size(), 2U);
+  EXPECT_TRUE(std::filesystem::exists(folder / "pictures" / "crossing-12.00.png"));
+  const Outcome broken = filtrix("people --for 1 --scene " + write("broken.scene", "filtrix-scene 1\nrobot blind\n"));
+  EXPECT_EQ(broken.status, 1);
+  EXPECT_THAT(broken.out, HasSubstr("broken.scene:2: expected \"depth\" or \"stereo\""));
+}
+
+TEST_F(Command, FindsPeopleInAScene)
+{
+  const std::string film = (folder / "film.avi").string();
+  const Outcome people = filtrix("people --scene waving --for 2 --json --video " + film, "2>/dev/null");
+  EXPECT_EQ(people.status, 0);
+  const std::size_t lastLine = people.out.rfind('\n', people.out.size() - 2) + 1;
+  EXPECT_EQ(nlohmann::json::parse(people.out.substr(lastLine))["people"].size(), 2U);
+  EXPECT_GT(std::filesystem::file_size(film), 1000U);
+}
+
+TEST_F(Command, EvaluatesAndComparesWithABaseline)
+{
+  const std::string scene =
+      write("one.scene", "filtrix-scene 1\nduration 3\nperson a\nat 0 place 2 0 face robot look robot\n");
+  const std::string json = (folder / "figures.json").string();
+  EXPECT_EQ(filtrix("evaluate " + scene + " --json " + json).status, 0);
+  std::ifstream stream(json);
+  EXPECT_GT(nlohmann::json::parse(stream)["one"]["detection_rate"].get<double>(), 0.9);
+  const std::string low = write("low.json", R"({"one": {"mota": {"least": 0.5}}})");
+  const std::string high = write("high.json", R"({"one": {"mota": {"least": 1.5}}})");
+  EXPECT_EQ(filtrix("evaluate " + scene + " --baseline " + low).status, 0);
+  const Outcome worse = filtrix("evaluate " + scene + " --baseline " + high);
+  EXPECT_EQ(worse.status, 1);
+  EXPECT_THAT(worse.out, HasSubstr("expected at least 1.500"));
+}
 }  // namespace
 }  // namespace ZR::Filtrix::Test

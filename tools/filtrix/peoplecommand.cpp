@@ -16,6 +16,7 @@
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
+#include <opencv2/videoio.hpp>
 
 #include <unistd.h>
 
@@ -29,6 +30,7 @@
 #include <memory>
 #include <mutex>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -48,6 +50,7 @@ struct PeopleOptions
   bool json = false;
   bool statistics = false;
   std::string frames;
+  std::string video;
   float height = 1.2F;  ///< of a camera that does not know, metres
 };
 
@@ -180,7 +183,7 @@ private:
   {
     const std::vector<PersonView> people = viewsOf(moment.population);
     summary.add(people, moment.latency);
-    if (!options.frames.empty() && moment.display)
+    if (moment.display && (!options.frames.empty() || !options.video.empty()))
       writeFrame(*moment.display);
     if (options.json)
       tellJson(people, viewsOf(moment.removed));
@@ -229,7 +232,15 @@ private:
   {
     cv::Mat picture;
     cv::cvtColor(Type::toCvMat(display), picture, cv::COLOR_RGB2BGR);
-    cv::imwrite((fs::path(options.frames) / fmt::format("frame-{:06}.png", frame++)).string(), picture);
+    if (!options.frames.empty())
+      cv::imwrite((fs::path(options.frames) / fmt::format("frame-{:06}.png", frame++)).string(), picture);
+    if (options.video.empty())
+      return;
+    if (!video.isOpened() &&
+        !video.open(options.video, cv::VideoWriter::fourcc('M', 'J', 'P', 'G'), options.rate, picture.size()))
+      throw std::runtime_error(
+          fmt::format("the film \"{}\" cannot be written; its name must end in .avi", options.video));
+    video.write(picture);
   }
 
   const PeopleOptions& options;
@@ -237,6 +248,7 @@ private:
   SteadyClock::time_point nextTable{};
   std::vector<std::string> events;
   std::size_t frame = 0;
+  cv::VideoWriter video;
 
   std::mutex mutex;  // guards the moments
   std::condition_variable arrived;
@@ -287,6 +299,8 @@ int people(const PeopleOptions& options)
   std::cerr << watch.summary.text(lasted.count());
   if (!options.frames.empty())
     std::cerr << "the pictures are in " << options.frames << '\n';
+  if (!options.video.empty())
+    std::cerr << "the film is " << options.video << '\n';
   if (options.statistics)
     std::cerr << session.module().getInstrumentationResult();
   return Exit::success;
@@ -305,6 +319,7 @@ void addPeopleCommand(CLI::App& app, Action& action)
   command.add_option("--for", options->seconds, "Stops after so many seconds")->check(CLI::Range(0.001, 1.0e9));
   command.add_flag("--json", options->json, "Prints a line of JSON for each frame");
   command.add_option("--frames", options->frames, "A folder to write annotated pictures to");
+  command.add_option("--video", options->video, "A film, .avi, to write annotated pictures to");
   command.add_option("--height", options->height, "Metres from the ground to a camera that does not know itself")
       ->check(CLI::Range(0.1F, 5.0F))
       ->capture_default_str();
