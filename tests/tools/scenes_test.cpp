@@ -291,5 +291,44 @@ TEST(Scenes, FacesAreFoundInColorAlone)
   ASSERT_EQ(head.people().size(), 1U);
   EXPECT_NEAR(distanceOf(*head.people().front()), 1.825F, 0.06F);
 }
+
+// Places and heights against the truth, for a head that looks up and down and a body that is near and far.
+TEST(Scenes, PlacesAndHeightsAreRightWhereverTheHeadLooks)
+{
+  int compared = 0;
+  for (const bool isPerfect : {true, false})
+  {
+    for (const int tilt : {-20, -10, 0, 10, 20})
+    {
+      for (const float distance : {1.2F, 2.0F, 2.8F, 3.5F})
+      {
+        SceneRunOptions options;
+        options.isPerfect = isPerfect;
+        SceneRun run(Sim::parseScene(fmt::format("filtrix-scene 1\nhead 0 10 {}\nperson a height 1.72\n"
+                                                 "at 0 place {} {} face robot look robot\n",
+                                                 tilt, distance, 0.15F * distance),
+                                     "test"),
+                     options);
+        JudgedFrame frame;
+        for (int i = 0; i < 6; ++i)
+          frame = run.step();
+        const Sim::PersonTruth& person = frame.truth.people.front();
+        // A head that touches the image's upper border has no known height, and begins no track.
+        const float up = std::atan2(person.height - 1.14F, person.distance) * 57.29578F + static_cast<float>(tilt);
+        if (!person.headIsVisible || up > 21.0F)
+          continue;
+        SCOPED_TRACE(fmt::format("tilt {}, {} m, {}", tilt, distance, isPerfect ? "perfect" : "noisy"));
+        ASSERT_EQ(frame.found.size(), 1U);
+        const PersonView& view = frame.found.front();
+        EXPECT_NEAR(*view.distance, person.distance, isPerfect ? 0.05F : 0.10F);
+        EXPECT_NEAR(*view.bearing / 57.29578F * person.distance, person.bearing * person.distance,
+                    isPerfect ? 0.05F : 0.10F);
+        EXPECT_NEAR(*view.height, person.height, isPerfect ? 0.04F : 0.06F);
+        ++compared;
+      }
+    }
+  }
+  EXPECT_GE(compared, 24);
+}
 }  // namespace
 }  // namespace ZR::Filtrix::Test

@@ -1,7 +1,9 @@
 // Tells where a person stands and how tall it is, from the top of its body.
 //
 // What a camera sees of a head is its surface: the body's axis is half a head's depth farther along the bearing, and
-// the ground positions are those of the axis. The height is that of the top pixel's upper edge above the ground.
+// the ground positions are those of the axis. The height is that of the top pixel's upper edge above the axis's place.
+// The distance is that of the head, whose middle lies below its top: for a camera that looks up or down that is another
+// depth than the top's own.
 
 #include "filters/perception/objects.h"
 #include "filters/perception/objectview.h"
@@ -19,6 +21,9 @@ namespace
 {
 /// From the front of a head to the body's axis, in metres.
 constexpr float halfHeadDepth = 0.09F;
+
+/// From a body's top down to the middle of what its distance is taken of, in metres.
+constexpr float topToMiddle = 0.08F;
 
 class ComputeTopPosition final : public PerceptionFilter
 {
@@ -41,13 +46,15 @@ public:
   }
 
 private:
-  // What is known of a top: the camera it was seen through, its pixel's upper edge, how far away its front is.
+  // What is known of a top: the camera it was seen through, its pixel's upper edge, the depth of its front, and how far
+  // below the top, in metres, that was measured.
   struct Top
   {
     Pinhole camera;
     float u;
     float v;
     float depth;
+    float measuredBelow;
     bool isCut;
     Type::Vector6 robot;
     Type::Vector6 world;
@@ -75,13 +82,10 @@ private:
     const auto world = propertyOf<Type::Vector6>(object, Object3DProperty::CameraPositionWorld);
     if (!view || !top || !distance || *distance <= 0 || !robot || !world)
       return std::nullopt;
-    return Top{view->camera,
-               top->x,
-               top->y - 0.5F,
-               0.001F * static_cast<float>(*distance),
-               isTrue(object, Object3DProperty::TopBorderTouched),
-               *robot,
-               *world};
+    return Top{view->camera,  top->x,
+               top->y - 0.5F, 0.001F * static_cast<float>(*distance),
+               topToMiddle,   isTrue(object, Object3DProperty::TopBorderTouched),
+               *robot,        *world};
   }
 
   static std::optional<Top> topOf(const Type::Object2D& object)
@@ -101,6 +105,7 @@ private:
                0.5F * (region->start.x + region->end.x),
                region->start.y - 0.5F,
                0.001F * static_cast<float>(*distance),
+               0.0F,
                isTrue(object, Object2DProperty::TopBorderTouched),
                *robot,
                *world};
@@ -108,10 +113,13 @@ private:
 
   static void write(Type::Human& human, const Top& top, float heightOffset)
   {
-    // The axis lies farther along the way that the pixel looks, seen from above.
     const CameraPose robot(top.robot);
-    const cv::Vec3f front = top.camera.point(top.u, top.v, top.depth);
-    const cv::Vec3f axis = front * (1.0F + halfHeadDepth / std::hypot(front[0], front[1]));
+    const float rowsBelow = top.measuredBelow * top.camera.focalY() / top.depth;
+    const cv::Vec3f front = robot.rotation * top.camera.point(top.u, top.v + rowsBelow, top.depth);
+    const cv::Vec3f way = robot.rotation * top.camera.point(top.u, top.v, 1.0F);
+    // Seen from above, the axis lies farther along the way that the pixel looks.
+    const float range = std::hypot(front[0], front[1]) + halfHeadDepth;
+    const cv::Vec3f axis = top.camera.point(top.u, top.v, range / std::max(std::hypot(way[0], way[1]), 1.0e-6F));
     const cv::Vec3f inRobot = robot.apply(axis);
     const cv::Vec3f inWorld = CameraPose(top.world).apply(axis);
     const cv::Vec3f ray = inRobot - robot.translation;
