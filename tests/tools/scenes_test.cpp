@@ -292,6 +292,17 @@ TEST(Scenes, FacesAreFoundInColorAlone)
   EXPECT_NEAR(distanceOf(*head.people().front()), 1.825F, 0.06F);
 }
 
+TEST(Scenes, NobodyIsFoundInFurniture)
+{
+  for (const char* const furniture : {"box 1.6 -0.6 0 0.05 0.35 1.6 gray turn 20\n", "pillar 2 0.3 0.1 1.5 brown\n",
+                                      "box 2.2 0 0 0.5 0.5 1.7 wood\n", "chair 1.5 0 black turn 30\n"})
+  {
+    SceneRun run(Sim::parseScene(std::string("filtrix-scene 1\n") + furniture, "test"), {});
+    for (int i = 0; i < 15; ++i)
+      EXPECT_TRUE(run.step().found.empty()) << furniture;
+  }
+}
+
 // Places and heights against the truth, for a head that looks up and down and a body that is near and far.
 TEST(Scenes, PlacesAndHeightsAreRightWhereverTheHeadLooks)
 {

@@ -316,9 +316,11 @@ void addPeopleCommand(CLI::App& app, Action& action)
       ->check(CLI::IsMember({"QQVGA", "QVGA", "VGA"}))
       ->capture_default_str();
   command.add_option("--rate", options->rate, "Frames a second")->check(CLI::Range(0.1, 60.0))->capture_default_str();
-  command.add_option("--for", options->seconds, "Stops after so many seconds")->check(CLI::Range(0.001, 1.0e9));
+  command.add_option("--for", options->seconds, "Stops after so many seconds")
+      ->check(CLI::Range(0.001, 1.0e9))
+      ->take_last();
   command.add_flag("--json", options->json, "Prints a line of JSON for each frame");
-  command.add_option("--frames", options->frames, "A folder to write annotated pictures to");
+  command.add_option("--frames", options->frames, "A folder to write annotated pictures to")->take_last();
   command.add_option("--video", options->video, "A film, .avi, to write annotated pictures to");
   command.add_option("--height", options->height, "Metres from the ground to a camera that does not know itself")
       ->check(CLI::Range(0.1F, 5.0F))

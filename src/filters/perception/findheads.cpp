@@ -12,6 +12,8 @@
 #include "filters/perception/perceptionfilters.h"
 #include "filtrix/ku/log.h"
 
+#include <opencv2/core.hpp>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -86,6 +88,78 @@ std::vector<float> smooth(const std::vector<float>& heights)
     result[i] =
         std::max(std::min(heights[i - 1], heights[i]), std::min(std::max(heights[i - 1], heights[i]), heights[i + 1]));
   return result;
+}
+
+/// Up to this distance, in metres, a wall is told from a body: farther away both are as flat as the sensor sees.
+constexpr float farthestRelief = 2.0F;
+
+/// Of a flat thing this share of the pixels lies in one plane, within so many metres beside the sensor's own scatter.
+constexpr float flatShare = 0.85F;
+constexpr float flatness = 0.015F;
+
+/// Every so many pixels are enough to tell.
+constexpr int flatStep = 4;
+
+// The plane through an object's pixels: in a pinhole's image the inverse of its depth grows evenly. Least squares.
+class InversePlane final
+{
+public:
+  explicit InversePlane(const ObjectView& view)
+  {
+    cv::Matx33d squares = cv::Matx33d::zeros();
+    cv::Vec3d products;
+    forEachSample(view,
+                  [&](const cv::Vec3d& place, double depth)
+                  {
+                    squares += place * place.t();
+                    products += place * (1.0 / depth);
+                  });
+    isFitted = cv::solve(squares, products, plane, cv::DECOMP_SVD);
+  }
+
+  // Which share of the pixels lies in the plane.
+  [[nodiscard]] double shareWithin(const ObjectView& view) const
+  {
+    int within = 0;
+    int count = 0;
+    forEachSample(view,
+                  [&](const cv::Vec3d& place, double depth)
+                  {
+                    const double fromNearest = depth - 0.4;
+                    const double scatter = 0.0012 + 0.0019 * fromNearest * fromNearest;
+                    const double there = plane.dot(place);
+                    ++count;
+                    within +=
+                        there > 0.0 && std::abs(1.0 / there - depth) < static_cast<double>(flatness) + 2.0 * scatter
+                            ? 1
+                            : 0;
+                  });
+    return isFitted && count > 0 ? static_cast<double>(within) / count : 0.0;
+  }
+
+private:
+  template <typename Use>
+  static void forEachSample(const ObjectView& view, const Use& use)
+  {
+    for (int row = 0; row < view.height(); row += flatStep)
+    {
+      for (int column = 0; column < view.width(); column += flatStep)
+      {
+        if (view.isSet(row, column) && view.depth(row, column) > 0.0F)
+          use({static_cast<double>(column), static_cast<double>(row), 100.0},
+              static_cast<double>(view.depth(row, column)));
+      }
+    }
+  }
+
+  cv::Vec3d plane;
+  bool isFitted = false;
+};
+
+// A partition is no body, however much its edge looks like one.
+bool isFlat(const ObjectView& view)
+{
+  return view.distance < farthestRelief && InversePlane(view).shareWithin(view) >= static_cast<double>(flatShare);
 }
 
 class HeadSearch
@@ -272,7 +346,7 @@ private:
       return;
     }
     std::vector<int> columns;
-    if (const auto tops = columnTops(*view, *histogram); !tops.empty())
+    if (const auto tops = columnTops(*view, *histogram); !tops.empty() && !isFlat(*view))
     {
       const Profile profile = makeProfile(*view, tops, *histogram);
       const bool isHidden = isTrue(*object, Object3DProperty::HiddenByOtherBlob);
