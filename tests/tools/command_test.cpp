@@ -165,6 +165,10 @@ TEST_F(Command, RecordsARobotAndReplaysItTheSameEveryTime)
   EXPECT_EQ(first.status, 0);
   EXPECT_THAT(first.out, HasSubstr("\"Object3D\""));
   EXPECT_EQ(filtrix(replay, "2>/dev/null").out, first.out);
+  const std::string sum = write("sum.fxs", "source a { 1 } process p(Identity, 1, 20.0) { in <= a; out => out; }");
+  const std::string values = (folder / "values.mcap").string();
+  EXPECT_EQ(filtrix("run " + sum + " --set a=40 --for 0.3 --record " + values).status, 0);
+  EXPECT_THAT(filtrix("record info " + values).out, AllOf(HasSubstr("/value/a"), HasSubstr("sum.fxs")));
   EXPECT_EQ(filtrix("record info " + program).status, 1);
   EXPECT_EQ(filtrix("record").status, 2);
 }

@@ -3,6 +3,7 @@
 #include "filtrix/data.h"
 #include "module/valuebridge.h"
 #include "module/zrfiltrix.h"
+#include "platform/replay/recorder.h"
 #include "program/filtrixprivate.h"
 #include "program/literal.h"
 #include "tools/filtrix/commands.h"
@@ -20,7 +21,10 @@
 #include <chrono>
 #include <condition_variable>
 #include <deque>
+#include <filesystem>
+#include <fstream>
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
@@ -63,6 +67,18 @@ void setValue(Session& session, const std::string& assignment)
   const TypeTag type = current ? current->type() : value->type();
   const ZRValue plain = ValueBridge::toZRValue(value).at(1);
   session.module().setData(source, ZRValue::array(std::string(Type::typeName(type)), plain));
+  if (session.recorder() != nullptr)
+    session.recorder()->write("/value/" + source, {"filtrix/Value"},
+                              {{"type", std::string(Type::typeName(type))}, {"value", toJson(plain)}});
+}
+
+// A recording tells what ran on it.
+void recordProgram(const Session& session, const std::string& program)
+{
+  std::ifstream stream(program, std::ios::binary);
+  const std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+  if (session.recorder() != nullptr && stream)
+    session.recorder()->attach(std::filesystem::path(program).filename().string(), "text/plain", text);
 }
 
 // Takes the values of sinks from the threads that make them, and prints them on the one that waits here.
@@ -208,6 +224,7 @@ int run(const RunOptions& options)
     const auto range = options.importAnywhere ? ImportRange::Everywhere : ImportRange::Beneath;
     if (!registry.loadProgramFromFile(program, range))
       return complain("the program \"" + program + "\" could not be loaded");
+    recordProgram(session, program);
   }
   for (const std::string& value : options.values)
     setValue(session, value);
