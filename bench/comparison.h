@@ -17,9 +17,10 @@ inline double median(std::vector<double>& values)
 }
 
 /// Runs both in turn, so that whatever slows the machine down slows both. The counter `ratio` is that of the medians,
-/// below 1 when `ours` is the faster one. For benchmarks with UseManualTime(): the time shown is that of `ours`.
+/// below 1 when `ours` is the faster one; it is given too. For benchmarks with UseManualTime(): the time shown is that
+/// of `ours`.
 template <typename Ours, typename Theirs>
-void compare(benchmark::State& state, const Ours& ours, const Theirs& theirs)
+double compare(benchmark::State& state, const Ours& ours, const Theirs& theirs)
 {
   using Clock = std::chrono::steady_clock;
   std::vector<double> oursTimes;
@@ -35,6 +36,8 @@ void compare(benchmark::State& state, const Ours& ours, const Theirs& theirs)
     oursTimes.push_back(seconds(middle - begin));
     state.SetIterationTime(oursTimes.back());
   }
-  state.counters["ratio"] = median(oursTimes) / median(theirsTimes);
+  const double ratio = median(oursTimes) / median(theirsTimes);
+  state.counters["ratio"] = ratio;
+  return ratio;
 }
 }  // namespace ZR::Filtrix::Bench

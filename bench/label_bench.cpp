@@ -1,3 +1,4 @@
+#include "bench/comparison.h"
 #include "filters/generic/genericfilters.h"
 #include "filters/generic/labelize.h"
 #include "tests/filters/filterkit.h"
@@ -19,34 +20,7 @@ using namespace ZR::Filtrix;
 using namespace ZR::Filtrix::Filters;
 using Test::FilterBench;
 using Test::image;
-
-double median(std::vector<double>& values)
-{
-  std::ranges::nth_element(values, values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2));
-  return values[values.size() / 2];
-}
-
-template <typename Ours, typename Theirs>
-double compare(benchmark::State& state, const Ours& ours, const Theirs& theirs)
-{
-  using Clock = std::chrono::steady_clock;
-  std::vector<double> oursTimes;
-  std::vector<double> theirsTimes;
-  const auto seconds = [](Clock::duration time) { return std::chrono::duration<double>(time).count(); };
-  for ([[maybe_unused]] const auto& iteration : state)
-  {
-    const auto begin = Clock::now();
-    ours();
-    const auto middle = Clock::now();
-    theirs();
-    oursTimes.push_back(seconds(middle - begin));
-    theirsTimes.push_back(seconds(Clock::now() - middle));
-    state.SetIterationTime(oursTimes.back());
-  }
-  const double ratio = median(oursTimes) / median(theirsTimes);
-  state.counters["ratio"] = ratio;
-  return ratio;
-}
+using ZR::Filtrix::Bench::compare;
 
 // Gray blobs of all sizes: noise at five scales, one upon the other.
 cv::Mat makeGray(cv::Size size)

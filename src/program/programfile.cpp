@@ -1,6 +1,5 @@
 #include "program/programfile.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,17 +15,6 @@ namespace fs = std::filesystem;
 
 namespace
 {
-ku::os::File openWithoutWaiting(const fs::path& path)
-{
-  const int handle = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-  if (handle < 0)
-    return nullptr;
-  ku::os::File file(::fdopen(handle, "r"));
-  if (!file)
-    ::close(handle);
-  return file;
-}
-
 ProgramFile::Kind kindOf(const struct stat& status)
 {
   if (S_ISDIR(status.st_mode))
@@ -35,7 +23,7 @@ ProgramFile::Kind kindOf(const struct stat& status)
 }
 }  // namespace
 
-ProgramFile::ProgramFile(const fs::path& path_) : path(path_), file(openWithoutWaiting(path_))
+ProgramFile::ProgramFile(const fs::path& path_) : path(path_), file(ku::os::openWithoutWaiting(path_))
 {
   struct stat status = {};
   const int failed = file ? ::fstat(::fileno(file.get()), &status) : ::stat(path.c_str(), &status);

@@ -22,6 +22,10 @@ using File = std::unique_ptr<std::FILE, FileCloser>;
 /// it would open for reading and fail at the first byte.
 [[nodiscard]] File fopen(const std::filesystem::path& path, const char* mode);
 
+/// Opens a file for reading without waiting: a pipe would keep a plain open waiting for its writer. What it opens may
+/// be anything; look at its status before reading. Null, and errno says why, when that fails.
+[[nodiscard]] File openWithoutWaiting(const std::filesystem::path& path);
+
 /// An environment variable, nothing when it is not set. Must not run beside a thread that changes the environment.
 [[nodiscard]] std::optional<std::string> getenv(const char* name);
 }  // namespace ku::os

@@ -5,9 +5,7 @@
 #include <boost/property_tree/xml_parser.hpp>
 #include <fmt/format.h>
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -21,20 +19,13 @@ namespace ZR::Filtrix::Filters
 {
 namespace
 {
-// A pipe would keep a plain open waiting for its writer.
 ku::os::File openRegular(const std::filesystem::path& path)
 {
-  const int handle = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-  if (handle < 0)
-    throw std::runtime_error(fmt::format("expected a file that can be read: {}", std::strerror(errno)));
-  ku::os::File file(::fdopen(handle, "r"));
+  ku::os::File file = ku::os::openWithoutWaiting(path);
   if (!file)
-  {
-    ::close(handle);
-    throw std::runtime_error("expected a file that can be read: no memory is left");
-  }
+    throw std::runtime_error(fmt::format("expected a file that can be read: {}", std::strerror(errno)));
   struct stat status = {};
-  if (::fstat(handle, &status) != 0 || !S_ISREG(status.st_mode))
+  if (::fstat(::fileno(file.get()), &status) != 0 || !S_ISREG(status.st_mode))
     throw std::runtime_error("expected a regular file, got a folder, a pipe or a device");
   return file;
 }

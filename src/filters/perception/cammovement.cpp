@@ -6,16 +6,10 @@
 #include "filters/perception/perceptionfilters.h"
 #include "filtrix/time.h"
 
-#include <algorithm>
-#include <cmath>
-
 namespace ZR::Filtrix::Filters
 {
 namespace
 {
-constexpr float movedMetres = 0.01F;
-constexpr float movedRadians = 0.006F;  ///< a pixel of 320 in a view of 58 degrees takes 0.003
-
 /// So long after the last movement the camera counts as moving still.
 const Type::Duration settling(200'000);
 
@@ -50,15 +44,6 @@ public:
   }
 
 private:
-  static bool hasMoved(const Type::Vector6& a, const Type::Vector6& b)
-  {
-    const cv::Vec3f way(a.x - b.x, a.y - b.y, a.z - b.z);
-    const auto turned = [](float from, float to)
-    { return std::abs(std::remainder(from - to, 2.0F * static_cast<float>(CV_PI))); };
-    const float turn = std::max({turned(a.wx, b.wx), turned(a.wy, b.wy), turned(a.wz, b.wz)});
-    return std::sqrt(way.dot(way)) > movedMetres || turn > movedRadians;
-  }
-
   void keep(const Type::Vector6& pose, Type::Time movement)
   {
     setMemory(makeData(DataArray{makeData(pose), makeData(movement)}));

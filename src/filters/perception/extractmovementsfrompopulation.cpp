@@ -47,10 +47,6 @@ constexpr std::size_t mostFrames = 16;
 constexpr float leastStep = 100.0F;
 constexpr float scatterFactor = 1.3F;
 
-/// From these on the camera has moved: in metres and in radians.
-constexpr float movedMetres = 0.01F;
-constexpr float movedRadians = 0.006F;
-
 struct Body
 {
   std::shared_ptr<Type::Human> human;
@@ -131,13 +127,6 @@ void eraseNewBodies(const cv::Mat& owners, std::size_t bodies, cv::Mat* marks)
     if (2 * moved[i] > all[i])
       marks->setTo(0, owners == static_cast<int>(i));
   }
-}
-
-bool hasMoved(const Type::Vector6& from, const Type::Vector6& to)
-{
-  const bool isElsewhere = std::hypot(from.x - to.x, from.y - to.y, from.z - to.z) > movedMetres;
-  const float turn = std::max({std::abs(from.wx - to.wx), std::abs(from.wy - to.wy), std::abs(from.wz - to.wz)});
-  return isElsewhere || turn > movedRadians;
 }
 
 // Kept: the frames of the last moments, oldest first, each an Array of its depth image and of the camera's pose in the

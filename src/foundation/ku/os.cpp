@@ -1,5 +1,8 @@
 #include "filtrix/ku/os.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdlib>
 #include <system_error>
@@ -25,6 +28,17 @@ File fopen(const std::filesystem::path& path, const char* mode)
     return {};
   }
   return File(std::fopen(path.c_str(), (std::string(mode) + "e").c_str()));
+}
+
+File openWithoutWaiting(const std::filesystem::path& path)
+{
+  const int handle = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+  if (handle < 0)
+    return nullptr;
+  File file(::fdopen(handle, "r"));
+  if (!file)
+    ::close(handle);
+  return file;
 }
 
 std::optional<std::string> getenv(const char* name)

@@ -12,10 +12,9 @@ namespace
 {
 TimeBase timeBase(const CaptureOptions& options)
 {
-  TimeBase time;
-  time.start = options.start.value_or(
-      std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::system_clock::now().time_since_epoch()));
-  return time;
+  const auto now =
+      std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::system_clock::now().time_since_epoch());
+  return TimeBase::beginning(options.start.value_or(now));
 }
 }  // namespace
 

@@ -5,21 +5,11 @@
 
 namespace ZR::OpenNI
 {
-namespace
-{
-TimeBase timeBase(const DeviceOptions& options)
-{
-  TimeBase time;
-  time.start =
-      options.start.value_or(std::chrono::duration_cast<std::chrono::microseconds>(time.clockStart.time_since_epoch()));
-  return time;
-}
-}  // namespace
-
 class DepthRobot::Services final
 {
 public:
-  explicit Services(const DeviceOptions& options) : camera(std::make_shared<OpenniCamera>(options, timeBase(options)))
+  explicit Services(const DeviceOptions& options)
+      : camera(std::make_shared<OpenniCamera>(options, TimeBase::beginning(options.start)))
   {
   }
 

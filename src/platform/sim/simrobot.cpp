@@ -8,23 +8,12 @@
 
 namespace ZR::Sim
 {
-namespace
-{
-TimeBase timeBase(const RobotOptions& options)
-{
-  TimeBase time;
-  time.start =
-      options.start.value_or(std::chrono::duration_cast<std::chrono::microseconds>(time.clockStart.time_since_epoch()));
-  return time;
-}
-}  // namespace
-
 class Robot::Services final
 {
 public:
   Services(Scene scene, const RobotOptions& options)
       : photographer(std::make_shared<Photographer>(std::make_shared<Stage>(std::move(scene)), options.sensor)),
-        time(timeBase(options)), camera(std::make_shared<SimCamera>(photographer, time)),
+        time(TimeBase::beginning(options.start)), camera(std::make_shared<SimCamera>(photographer, time)),
         motion(std::make_shared<SimMotion>(photographer, time)), audio(std::make_shared<SimAudio>(time))
   {
   }
