@@ -29,7 +29,7 @@ TEST(Library, HoldsEveryFilterAndLoadsTheStartUpProgramsWithoutAWord)
   EXPECT_THAT(log.texts(), IsEmpty());
   const std::vector<std::string> names = registry.getFilters();
   EXPECT_EQ(Filters::makeGenericFilters().size(), 40U);
-  EXPECT_EQ(Filters::perceptionCatalogue().size(), 70U);
+  EXPECT_EQ(Filters::perceptionCatalogue().size(), 71U);
   for (const Filters::CatalogueEntry& filter : Filters::perceptionCatalogue())
   {
     EXPECT_THAT(names, Contains(filter.name));

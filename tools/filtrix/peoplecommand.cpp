@@ -29,6 +29,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <numbers>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -52,6 +53,7 @@ struct PeopleOptions
   std::string frames;
   std::string video;
   float height = 1.2F;  ///< of a camera that does not know, metres
+  float tilt = 0.0F;    ///< of such a camera, downwards, degrees
 };
 
 // One run's results.
@@ -60,6 +62,7 @@ struct Moment
   DataPtr population;
   DataPtr removed;
   DataPtr display;
+  DataPtr image;   ///< what the colour camera has seen; null where depth is
   double latency;  ///< milliseconds from the image to the result
 };
 
@@ -117,11 +120,28 @@ std::string processText(bool is3d, const PeopleOptions& options)
   return fmt::format("process people({0}, 8, {1}) {{ {2} colorImage <= VideoDevice_TopCamera<{3}>; "
                      "cameraPositionTorso <= Motion_{4}<TORSO>; cameraPositionRobot <= Motion_{4}<ROBOT>; "
                      "cameraPositionWorld <= Motion_{4}<WORLD>; heightOffset <= RobotHeightOffset; "
-                     "population => population; removed => removed; display => display; }}\n"
+                     "population => population; removed => removed; display => display; {7} }}\n"
                      "process camera(Identity, 5, {5}) {{ in <= VideoDevice_{6}Camera<{3}>; out => out; }}",
                      is3d ? "People3D" : "People2D", options.rate,
                      is3d ? fmt::format("depthImage <= VideoDevice_DepthCamera<{}>;", options.resolution) : "",
-                     options.resolution, motion, std::min(2.0 * options.rate, fastestCamera), is3d ? "Depth" : "Top");
+                     options.resolution, motion, std::min(2.0 * options.rate, fastestCamera), is3d ? "Depth" : "Top",
+                     is3d ? "" : "image => image;");
+}
+
+// The people before what the camera has seen, which is darker than they are.
+cv::Mat pictureOf(const Data& display, const DataPtr& image)
+{
+  cv::Mat picture;
+  cv::cvtColor(Type::toCvMat(display), picture, cv::COLOR_RGB2BGR);
+  if (!image || Type::toCvMat(*image).empty())
+    return picture;
+  cv::Mat background;
+  cv::cvtColor(Type::toCvMat(*image), background, cv::COLOR_RGB2BGR);
+  background *= 0.6;
+  // Where nobody is, the display does not know how large images are.
+  if (picture.size() == background.size())
+    cv::max(picture, background, background);
+  return background;
 }
 
 class PeopleWatch final
@@ -138,7 +158,8 @@ public:
         !population->get<DataArray>()->empty()
             ? 1.0e-3 * static_cast<double>((Type::Time::now() - newestIn(*population)).microseconds())
             : 0.0;
-    Moment moment{population, registry.getLastData("people:removed"), registry.getLastData("people:display"), latency};
+    Moment moment{population, registry.getLastData("people:removed"), registry.getLastData("people:display"),
+                  sees2d ? registry.getLastData("people:image") : nullptr, latency};
     {
       const std::lock_guard lock(mutex);
       if (moments.size() < longestQueue)
@@ -162,6 +183,7 @@ public:
   }
 
   Summary summary;
+  bool sees2d = false;  ///< by colour alone; said before the first run
 
 private:
   static constexpr std::size_t longestQueue = 64;
@@ -184,7 +206,7 @@ private:
     const std::vector<PersonView> people = viewsOf(moment.population);
     summary.add(people, moment.latency);
     if (moment.display && (!options.frames.empty() || !options.video.empty()))
-      writeFrame(*moment.display);
+      writeFrame(pictureOf(*moment.display, moment.image));
     if (options.json)
       tellJson(people, viewsOf(moment.removed));
     else
@@ -228,10 +250,8 @@ private:
     std::cout << std::flush;
   }
 
-  void writeFrame(const Data& display)
+  void writeFrame(const cv::Mat& picture)
   {
-    cv::Mat picture;
-    cv::cvtColor(Type::toCvMat(display), picture, cv::COLOR_RGB2BGR);
     if (!options.frames.empty())
       cv::imwrite((fs::path(options.frames) / fmt::format("frame-{:06}.png", frame++)).string(), picture);
     if (options.video.empty())
@@ -255,9 +275,10 @@ private:
   std::deque<Moment> moments;
 };
 
-// A camera that stands on a table has no joints to tell where it is: it looks level, from a height.
-void standStill(FiltrixPrivate& registry, float height)
+// A camera that stands on a table has no joints to tell where it is: where it looks has been said.
+void standStill(FiltrixPrivate& registry, float height, float tilt)
 {
+  const auto pitch = tilt * std::numbers::pi_v<float> / 180.0F;
   const std::vector<std::string> sources = registry.getSources();
   for (const char* const camera : {"CameraTop", "CameraDepth"})
   {
@@ -267,7 +288,7 @@ void standStill(FiltrixPrivate& registry, float height)
       if (std::ranges::find(sources, name) != sources.end())
         continue;
       registry.createSource(name);
-      registry.setData(name, makeData(0.0F, 0.0F, height, 0.0F, 0.0F, 0.0F));
+      registry.setData(name, makeData(0.0F, 0.0F, height, 0.0F, pitch, 0.0F));
     }
   }
 }
@@ -280,7 +301,8 @@ int people(const PeopleOptions& options)
   PeopleWatch watch(options);
   Session session(options.robot);
   FiltrixPrivate& registry = session.registry();
-  standStill(registry, options.height);
+  watch.sees2d = !session.hasDepthCamera();
+  standStill(registry, options.height, options.tilt);
   if (!registry.loadProgramFromFile("people.fxs") ||
       !registry.loadProgram(processText(session.hasDepthCamera(), options)))
     return complain("the program \"people.fxs\" could not be loaded");
@@ -323,7 +345,10 @@ void addPeopleCommand(CLI::App& app, Action& action)
   command.add_option("--frames", options->frames, "A folder to write annotated pictures to")->take_last();
   command.add_option("--video", options->video, "A film, .avi, to write annotated pictures to");
   command.add_option("--height", options->height, "Metres from the ground to a camera that does not know itself")
-      ->check(CLI::Range(0.1F, 5.0F))
+      ->check(CLI::Range(0.1F, 20.0F))
+      ->capture_default_str();
+  command.add_option("--tilt", options->tilt, "Degrees by which such a camera looks down")
+      ->check(CLI::Range(-60.0F, 60.0F))
       ->capture_default_str();
   command.add_flag("--stats", options->statistics, "Tells at the end what processes and filters have cost");
   command.footer("Example:\n  filtrix people --replay recording.mcap --for 20 --frames pictures");

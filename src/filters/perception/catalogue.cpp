@@ -370,6 +370,11 @@ const std::vector<CatalogueEntry>& catalogue()
        {"movementsIn [Array]", "thresholdIn [Float]"},
        {"wavingOut"},
        State::none},
+      {"BodyDetectionFromImage",
+       "Finds the heads of bodies where something moves, with OpenCV's people detector, and adds them to the faces.",
+       {"image [GrayscaleImage ColorImage]", "movements [Array]", "faces [Array]"},
+       {"out", "regions"},
+       State::kept},
   };
   return entries;
 }

@@ -2,6 +2,7 @@
 // searched again for each of them.
 
 #include "filters/perception/facedetector.h"
+#include "filters/perception/faceobject.h"
 #include "filters/perception/objects.h"
 #include "filters/perception/objectview.h"
 #include "filters/perception/perceptionfilter.h"
@@ -59,25 +60,6 @@ cv::Rect toRect(const Type::Region2& region, const Type::Vector2& factor, const 
   return cv::Rect(start, end + cv::Point(1, 1)) & cv::Rect({}, size);
 }
 
-DataPtr makeFace(const Data& image, const Type::Region2& box)
-{
-  const cv::Size frame = Type::toCvMat(image).size();
-  const Type::Vector2 size(static_cast<float>(frame.width), static_cast<float>(frame.height));
-  auto face = std::make_shared<Type::Object2D>(std::make_shared<Type::Region2>(box));
-  if (const auto* const colour = image.get<Type::ColorImage>())
-    face->setProperty(Object2DProperty::Image, makeData(std::make_shared<Type::ColorImage>(colour->subImage(box))));
-  else if (const auto* const gray = image.get<Type::GrayscaleImage>())
-    face->setProperty(Object2DProperty::GrayscaleImage,
-                      makeData(std::make_shared<Type::GrayscaleImage>(gray->subImage(box))));
-  face->setProperty(Object2DProperty::SizeImage, makeData(size));
-  face->setProperty(Object2DProperty::SizeImageOfCamera, makeData(size));
-  face->setProperty(Object2DProperty::Region2D, makeData(box));
-  face->setProperty(Object2DProperty::CenterOfMass,
-                    makeData(0.5F * (box.start.x + box.end.x), 0.5F * (box.start.y + box.end.y)));
-  face->setProperty(Object2DProperty::FieldOfView, makeData(Type::horizontalFov(image), Type::verticalFov(image)));
-  return makeData(std::move(face));
-}
-
 class FaceDetectionFromImage final : public PerceptionFilter
 {
 public:
@@ -106,7 +88,7 @@ public:
       for (const cv::Rect& face : detector.detect(image, part))
       {
         const Type::Region2 box = boxRegion(face.x, face.y, face.width, face.height);
-        objects.push_back(makeFace(image, box));
+        objects.push_back(makeFaceObject(image, box));
         regions.push_back(makeData(box));
       }
     }

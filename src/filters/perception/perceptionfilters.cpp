@@ -75,6 +75,7 @@ std::vector<std::shared_ptr<UserFilter>> makePerceptionFilters(const LambdaFacto
       makeSplitHumans(library),
       makeTopOfBlob(),
       makeWavingDetection2D(),
+      makeBodyDetectionFromImage(),
   };
 }
 }  // namespace ZR::Filtrix::Filters

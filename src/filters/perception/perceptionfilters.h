@@ -10,8 +10,8 @@ namespace ZR::Filtrix
 class LambdaFactory;
 }
 
-/// The perception library: seventy filters that find people in depth and colour images and follow, score and describe
-/// them. Each stands in the file of its name, which tells what it does, from what and by which method.
+/// The perception library: seventy-one filters that find people in depth and colour images and follow, score and
+/// describe them. Each stands in the file of its name, which tells what it does, from what and by which method.
 namespace ZR::Filtrix::Filters
 {
 std::shared_ptr<UserFilter> makeAddClosePixelsToDepthImage();
@@ -84,6 +84,7 @@ std::shared_ptr<UserFilter> makeSplit();
 std::shared_ptr<UserFilter> makeSplitHumans(const LambdaFactory& library);
 std::shared_ptr<UserFilter> makeTopOfBlob();
 std::shared_ptr<UserFilter> makeWavingDetection2D();
+std::shared_ptr<UserFilter> makeBodyDetectionFromImage();
 
 /// One of each, in the order above. `library` is where those get others from that apply them; it outlives them.
 [[nodiscard]] std::vector<std::shared_ptr<UserFilter>> makePerceptionFilters(const LambdaFactory& library);
