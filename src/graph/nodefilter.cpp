@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace ZR::Filtrix
@@ -36,8 +37,8 @@ bool hasValue(const DataList& results)
 class NodeFilter::Computation
 {
 public:
-  Computation(NodeFilter& node_, std::uint32_t scopeHash_)
-      : node(node_), scopeHash(scopeHash_), reporting(node_.keepsReports.load(std::memory_order_relaxed))
+  Computation(NodeFilter& node_, Scope& scope_, std::uint32_t scopeHash_)
+      : node(node_), scope(scope_), scopeHash(scopeHash_), reporting(node_.keepsReports.load(std::memory_order_relaxed))
   {
     if (reporting)
       start = ku::Clock::now();
@@ -49,42 +50,39 @@ public:
   ~Computation()
   {
     if (!finished)
-      _end(DataList(), NodeReport::Outcome::Exception, nullptr);
+      _end(nullptr, NodeReport::Outcome::Exception, nullptr);
   }
 
   // Applies the filter; its time counts `weight` times.
-  DataList apply(const DataList& inputs, const ProcessKey& processKey, const ProcessKey& innerKey, std::uint64_t depth,
-                 std::uint64_t weight)
+  DataList apply(const DataList& inputs, const ProcessKey& processKey, std::uint64_t depth, std::uint64_t weight)
   {
     applications = 1;
     if (weight == 0)
-      return node.filter->applyFilter(inputs, processKey, innerKey, depth);
+      return node.filter->applyFilter(inputs, processKey, scope.innerKey, depth);
     const auto begin = ku::Clock::now();
-    DataList results = node.filter->applyFilter(inputs, processKey, innerKey, depth);
+    DataList results = node.filter->applyFilter(inputs, processKey, scope.innerKey, depth);
     applied = ku::Clock::now() - begin;
     time = applied * static_cast<std::int64_t>(weight);
     return results;
   }
 
-  void finish(DataList results, NodeReport::Outcome outcome, const Port* missing)
+  // Takes the results; null for none.
+  void finish(DataList* results, NodeReport::Outcome outcome, const Port* missing)
   {
-    _end(std::move(results), outcome, missing);
+    _end(results, outcome, missing);
     finished = true;
   }
 
 private:
-  void _end(DataList results, NodeReport::Outcome outcome, const Port* missing)
+  void _end(DataList* results, NodeReport::Outcome outcome, const Port* missing)
   {
-    const std::lock_guard lock(node.tableMutex);
-    if (auto* const entry = node.scopes.find(scopeHash))
+    const std::lock_guard lock(node.tableLock);
+    scope.runner = std::thread::id();
+    if (outcome != NodeReport::Outcome::Exception && !scope.hasResults)
     {
-      Scope& scope = **entry;
-      scope.runner = std::thread::id();
-      if (outcome != NodeReport::Outcome::Exception && !scope.hasResults)
-      {
-        scope.results = std::move(results);
-        scope.hasResults = true;
-      }
+      if (results != nullptr)
+        scope.results.take(*results);
+      scope.hasResults = true;
     }
     node.figures.calls += applications;
     node.figures.time += time;
@@ -97,6 +95,7 @@ private:
   }
 
   NodeFilter& node;
+  Scope& scope;
   const std::uint32_t scopeHash;
   const bool reporting;
   bool finished = false;
@@ -105,6 +104,28 @@ private:
   std::chrono::nanoseconds applied{};
   std::chrono::nanoseconds time{};
 };
+
+void NodeFilter::Results::take(DataList& list)
+{
+  if (list.empty())
+    return;
+  first = std::move(list.front());
+  if (list.size() > 1)
+    others.insert(others.end(), std::make_move_iterator(list.begin() + 1), std::make_move_iterator(list.end()));
+}
+
+void NodeFilter::Results::clear()
+{
+  first.reset();
+  others.clear();
+}
+
+const DataPtr* NodeFilter::Results::find(std::size_t i) const noexcept
+{
+  if (i == 0)
+    return &first;
+  return i - 1 < others.size() ? &others[i - 1] : nullptr;
+}
 
 NodeFilter::NodeFilter(std::string name_, FilterPtr filter_)
     : Node(std::move(name_)), scopeSuffix(makeScopeSuffix()), filter(std::move(filter_))
@@ -146,49 +167,53 @@ void NodeFilter::_synchronize(Time time, Duration tolerance, const ProcessKey& p
     return;
   }
   Scope* scope = nullptr;
+  Results dropped;  // outlives the lock: the last share in a large value may end with it
   {
-    const std::lock_guard lock(tableMutex);
+    const std::lock_guard lock(tableLock);
     if (scopes.size() >= keptScopes && scopes.find(scopeKey.getHash()) == nullptr)
       _forgetIdleScopes();
     scope = &_scope(scopeKey);
-    if (scope->count > 0)
+    if (scope->count == 0 && scope->hasResults)
     {
-      ++scope->count;
-      return;
+      scope->hasResults = false;
+      std::swap(dropped.first, scope->results.first);
+      if (!scope->results.others.empty())
+        dropped.others.swap(scope->results.others);
     }
   }
-  // Entries are only forgotten under the node's mutex, which is held here, so the key stays where it is.
-  filter->filterSynchronize(time, tolerance, processKey, *scope->innerKey, depth);
-  const std::lock_guard lock(tableMutex);
-  scope->hasResults = false;
-  scope->results.clear();
-  if (scope->count++ == 0)
+  if (scope->count == 0)
+  {
+    filter->filterSynchronize(time, tolerance, processKey, scope->innerKey, depth);
     ++activeScopes;
+  }
+  ++scope->count;
 }
 
 void NodeFilter::_synchronizeRelease(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth)
 {
-  Scope* ended = nullptr;
-  DataList dropped;  // outlives the lock: the last share in a large value may end with it
+  Scope* scope = nullptr;
+  Results dropped;  // outlives the lock: the last share in a large value may end with it
   {
-    const std::lock_guard lock(tableMutex);
+    const std::lock_guard lock(tableLock);
     auto* const entry = scopes.find(scopeKey.getHash());
-    if (entry == nullptr || (*entry)->count == 0)
+    scope = entry != nullptr ? entry->get() : nullptr;
+    if (scope != nullptr && scope->count == 1)
     {
-      _logError("_synchronizeRelease", processKey, "Invalid release on process " + processKey.getName());
-      return;
-    }
-    if (--(*entry)->count == 0)
-    {
-      --activeScopes;
-      ended = entry->get();
-      ended->hasResults = false;
-      dropped = std::move(ended->results);
-      ended->results.clear();
+      scope->hasResults = false;
+      std::swap(dropped.first, scope->results.first);
+      if (!scope->results.others.empty())
+        dropped.others.swap(scope->results.others);
     }
   }
-  if (ended != nullptr)
-    filter->filterSynchronizeRelease(processKey, *ended->innerKey, depth);
+  if (scope == nullptr || scope->count == 0)
+  {
+    _logError("_synchronizeRelease", processKey, "Invalid release on process " + processKey.getName());
+    return;
+  }
+  if (--scope->count > 0)
+    return;
+  --activeScopes;
+  filter->filterSynchronizeRelease(processKey, scope->innerKey, depth);
 }
 
 DataPtr NodeFilter::requestData(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth,
@@ -202,9 +227,9 @@ DataPtr NodeFilter::requestData(const ProcessKey& processKey, const ProcessKey& 
   if (!filter)
     return nullptr;
   DataPtr value;
-  std::optional<ProcessKey> innerKey;
+  Scope* scope = nullptr;
   std::uint64_t weight = 0;
-  switch (_begin(scopeKey, &outputPort, &value, &innerKey, &weight))
+  switch (_begin(scopeKey, &outputPort, &value, &scope, &weight))
   {
   case Request::Served:
     return value;
@@ -215,19 +240,20 @@ DataPtr NodeFilter::requestData(const ProcessKey& processKey, const ProcessKey& 
     break;
   }
 
-  Computation computation(*this, scopeKey.getHash());
+  Computation computation(*this, *scope, scopeKey.getHash());
   DataList inputs;
   const Port* missing = nullptr;
   if (!_gatherInputs(processKey, scopeKey, depth, &inputs, &missing))
   {
-    filter->applyEmpty(processKey, *innerKey, depth);
-    computation.finish(DataList(), NodeReport::Outcome::MissingInput, missing);
+    filter->applyEmpty(processKey, scope->innerKey, depth);
+    computation.finish(nullptr, NodeReport::Outcome::MissingInput, missing);
     return nullptr;
   }
-  DataList results = computation.apply(inputs, processKey, *innerKey, depth, weight);
-  value = _select(results, outputPort.get());
+  DataList results = computation.apply(inputs, processKey, depth, weight);
+  if (const auto index = _indexOf(outputPort.get()); index && *index < results.size())
+    value = results[*index];
   const auto outcome = hasValue(results) ? NodeReport::Outcome::Computed : NodeReport::Outcome::ReturnedNothing;
-  computation.finish(std::move(results), outcome, nullptr);
+  computation.finish(&results, outcome, nullptr);
   return value;
 }
 
@@ -239,64 +265,75 @@ void NodeFilter::requestEmpty(const ProcessKey& processKey, const ProcessKey& sc
     _logError("requestEmpty", processKey, "No output port specified");
     return;
   }
-  std::optional<ProcessKey> innerKey;
-  if (!filter || _begin(scopeKey, nullptr, nullptr, &innerKey, nullptr) != Request::Compute)
+  Scope* scope = nullptr;
+  if (!filter || _begin(scopeKey, nullptr, nullptr, &scope, nullptr) != Request::Compute)
     return;
-  Computation computation(*this, scopeKey.getHash());
+  Computation computation(*this, *scope, scopeKey.getHash());
   for (const PortPtr& input : getInputs())
   {
     input->requestEmpty(processKey, scopeKey, depth + 1);
     input->synchronizeRelease(processKey, scopeKey, depth + 1);
   }
-  filter->applyEmpty(processKey, *innerKey, depth);
-  computation.finish(DataList(), NodeReport::Outcome::EmptyPath, nullptr);
+  filter->applyEmpty(processKey, scope->innerKey, depth);
+  computation.finish(nullptr, NodeReport::Outcome::EmptyPath, nullptr);
 }
 
 void NodeFilter::dropRun(const ProcessKey& processKey, const ProcessKey& scopeKey, RecoveryWalk& walk)
 {
   if (auto* const scoped = dynamic_cast<RunScoped*>(filter.get()))
     scoped->dropRun(processKey, makeInnerKey(scopeKey), walk);
-  const std::lock_guard lock(tableMutex);
+  const std::lock_guard lock(tableLock);
   auto* const entry = scopes.find(scopeKey.getHash());
   if (entry == nullptr)
     return;
-  if ((*entry)->count > 0)
+  Scope& scope = **entry;
+  if (scope.count > 0)
     --activeScopes;
-  scopes.erase(scopeKey.getHash());
+  if (scope.runner == std::thread::id())
+  {
+    scopes.erase(scopeKey.getHash());
+    return;
+  }
+  // Another process whose name has the same hash is at work in it.
+  scope.count = 0;
+  scope.hasResults = false;
+  scope.results.clear();
 }
 
 void NodeFilter::keepReports(bool on)
 {
   keepsReports.store(on, std::memory_order_relaxed);
-  const std::lock_guard lock(tableMutex);
+  const std::lock_guard lock(tableLock);
   if (!on)
     reports = ScopeTable<NodeReport>();
 }
 
 std::optional<NodeReport> NodeFilter::getReport(std::uint32_t scopeHash) const
 {
-  const std::lock_guard lock(tableMutex);
+  const std::lock_guard lock(tableLock);
   const NodeReport* const report = reports.find(scopeHash);
   return report != nullptr ? std::optional(*report) : std::nullopt;
 }
 
 NodeFigures NodeFilter::getFigures() const
 {
-  const std::lock_guard lock(tableMutex);
+  const std::lock_guard lock(tableLock);
   return figures;
 }
 
 // Serves a request from the results, or opens their computation. An empty request (no output port) wants no value.
 NodeFilter::Request NodeFilter::_begin(const ProcessKey& scopeKey, const PortPtr* outputPort, DataPtr* value,
-                                       std::optional<ProcessKey>* innerKey, std::uint64_t* weight)
+                                       Scope** entry, std::uint64_t* weight)
 {
-  const std::lock_guard lock(tableMutex);
+  const std::lock_guard lock(tableLock);
   Scope& scope = _scope(scopeKey);
   if (scope.hasResults)
   {
     if (outputPort != nullptr)
     {
-      *value = _select(scope.results, outputPort->get());
+      const auto index = _indexOf(outputPort->get());
+      if (const DataPtr* const result = index ? scope.results.find(*index) : nullptr)
+        *value = *result;
       if (NodeReport* const report = reports.find(scopeKey.getHash()))
         ++report->reuses;
     }
@@ -305,7 +342,7 @@ NodeFilter::Request NodeFilter::_begin(const ProcessKey& scopeKey, const PortPtr
   if (scope.runner == std::this_thread::get_id())
     return Request::Ring;
   scope.runner = std::this_thread::get_id();
-  *innerKey = scope.innerKey;
+  *entry = &scope;
   if (weight != nullptr)
     *weight = _timingWeight();
   return Request::Compute;
@@ -345,28 +382,26 @@ bool NodeFilter::_gatherInputs(const ProcessKey& processKey, const ProcessKey& s
   return *missing == nullptr;
 }
 
-// The result that the port stands for: its own index among the outputs, or that of a port up its chain.
-DataPtr NodeFilter::_select(const DataList& results, const Port* outputPort) const
+// Which of the outputs the port stands for: itself, or one up its chain.
+std::optional<std::size_t> NodeFilter::_indexOf(const Port* outputPort) const noexcept
 {
   const PortList& outputs = getOutputs();
+  if (!outputs.empty() && outputs.front().get() == outputPort)
+    return 0;
   for (const Port* port = outputPort; port != nullptr; port = port->getParent().get())
   {
     for (std::size_t i = 0; i < outputs.size(); ++i)
     {
-      if (outputs[i].get() == port && i < results.size())
-        return results[i];
+      if (outputs[i].get() == port)
+        return i;
     }
   }
-  return nullptr;
+  return std::nullopt;
 }
 
-// The entry of a scope, made with its inner key when it is new.
-NodeFilter::Scope& NodeFilter::_scope(const ProcessKey& scopeKey)
+NodeFilter::Scope& NodeFilter::_makeScope(const ProcessKey& scopeKey)
 {
-  if (auto* const entry = scopes.find(scopeKey.getHash()))
-    return **entry;
-  auto scope = std::make_unique<Scope>();
-  scope->innerKey = makeInnerKey(scopeKey);
+  auto scope = std::make_unique<Scope>(makeInnerKey(scopeKey));
   auto& entry = *scopes.insert(scopeKey.getHash()).first;
   entry = std::move(scope);
   return *entry;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "filtrix/ku/spinlock.h"
 #include "graph/filter.h"
 #include "graph/node.h"
 #include "graph/processkey.h"
@@ -71,14 +72,29 @@ protected:
   void _synchronizeRelease(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth) override;
 
 private:
+  // A filter's results. Nearly all have one output: that one's value stands apart, since a list's own ways to move cost
+  // as much as a lock.
+  struct Results
+  {
+    DataPtr first;
+    DataList others;
+
+    void take(DataList& list);
+    void clear();
+    [[nodiscard]] const DataPtr* find(std::size_t i) const noexcept;
+  };
+
   // What is kept for a scope. An entry outlives its run, so that the next run of the scope finds its inner key made.
+  // While a thread is computing in it, or the node's mutex is held, the entry stays where it is.
   struct Scope
   {
-    std::optional<ProcessKey> innerKey;
-    std::int32_t count = 0;  // consumers that have not released; 0 between runs
+    explicit Scope(ProcessKey innerKey_) : innerKey(std::move(innerKey_)) {}
+
+    const ProcessKey innerKey;
+    std::int32_t count = 0;  // consumers that have not released; 0 between runs; under the node's mutex alone
     bool hasResults = false;
     std::thread::id runner;  // the thread that is computing the results, or none
-    DataList results;
+    Results results;
   };
 
   class Computation;
@@ -95,13 +111,21 @@ private:
     Ring
   };
 
-  Request _begin(const ProcessKey& scopeKey, const PortPtr* outputPort, DataPtr* value,
-                 std::optional<ProcessKey>* innerKey, std::uint64_t* weight);
+  Request _begin(const ProcessKey& scopeKey, const PortPtr* outputPort, DataPtr* value, Scope** entry,
+                 std::uint64_t* weight);
   [[nodiscard]] std::uint64_t _timingWeight() const;
   bool _gatherInputs(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth, DataList* values,
                      const Port** missing);
-  [[nodiscard]] DataPtr _select(const DataList& results, const Port* outputPort) const;
-  Scope& _scope(const ProcessKey& scopeKey);
+  [[nodiscard]] std::optional<std::size_t> _indexOf(const Port* outputPort) const noexcept;
+
+  // The entry of a scope, made with its inner key when it is new.
+  Scope& _scope(const ProcessKey& scopeKey)
+  {
+    auto* const entry = scopes.find(scopeKey.getHash());
+    return entry != nullptr ? **entry : _makeScope(scopeKey);
+  }
+
+  Scope& _makeScope(const ProcessKey& scopeKey);
   void _forgetIdleScopes();
   void _logError(const char* operation, const ProcessKey& processKey, const std::string& text) const;
 
@@ -109,9 +133,8 @@ private:
   const FilterPtr filter;
   std::atomic<bool> keepsReports{false};
 
-  // Guards the tables below. Taken within the node's mutex, held for their accesses only: never across a pull or a
-  // filter.
-  mutable std::mutex tableMutex;
+  // Guards what is below. Taken within the node's mutex, held for a few instructions: never across a pull or a filter.
+  mutable ku::SpinLock tableLock;
   ScopeTable<std::unique_ptr<Scope>> scopes;
   std::size_t activeScopes = 0;
   ScopeTable<NodeReport> reports;

@@ -59,14 +59,6 @@ void Port::detach() noexcept
   node = nullptr;
 }
 
-Node* Port::getNode() const noexcept
-{
-  const Port* port = this;
-  while (port->node == nullptr && port->parent)
-    port = port->parent.get();
-  return port->node;
-}
-
 const DataPtr& Port::getDefaultValue() const noexcept
 {
   const Port* port = this;
@@ -177,10 +169,8 @@ const Port& Port::_root() const noexcept
   return *port;
 }
 
-bool Port::_findScopeValue(std::uint32_t scopeHash, DataPtr* value) const
+bool Port::_lookUpScopeValue(std::uint32_t scopeHash, DataPtr* value) const
 {
-  if (scopeValueCount.load(std::memory_order_relaxed) == 0)
-    return false;
   const std::lock_guard lock(scopeValueMutex);
   const DataPtr* const found = scopeValues.find(scopeHash);
   if (found == nullptr)
@@ -190,18 +180,12 @@ bool Port::_findScopeValue(std::uint32_t scopeHash, DataPtr* value) const
   return true;
 }
 
-// The node behind the one link, or null and a log line.
-Node* Port::_linkedNode(const char* operation) const
+void Port::_complainOfLinks(const char* operation) const
 {
   if (links.size() > 1)
-  {
     ku::log::error(category, "{}{}An input port can not have multiple outputs.{}", name, operation, originText());
-    return nullptr;
-  }
-  Node* const source = links.front() ? links.front()->getNode() : nullptr;
-  if (source == nullptr)
+  else
     ku::log::error(category, "{}{}trying to get data from an unbound port.{}", name, operation, originText());
-  return source;
 }
 
 PortPtr findPort(const PortList& ports, const std::string& name)

@@ -65,7 +65,13 @@ public:
   [[nodiscard]] const PortPtr& getParent() const noexcept { return parent; }
 
   /// The first owner up the chain, or null.
-  [[nodiscard]] Node* getNode() const noexcept;
+  [[nodiscard]] Node* getNode() const noexcept
+  {
+    const Port* port = this;
+    while (port->node == nullptr && port->parent)
+      port = port->parent.get();
+    return port->node;
+  }
 
   /// The first default value up the chain, or null.
   [[nodiscard]] const DataPtr& getDefaultValue() const noexcept;
@@ -100,8 +106,25 @@ public:
 
 private:
   [[nodiscard]] const Port& _root() const noexcept;
-  [[nodiscard]] bool _findScopeValue(std::uint32_t scopeHash, DataPtr* value) const;
-  [[nodiscard]] Node* _linkedNode(const char* operation) const;
+
+  // Most ports of most runs have no scope values.
+  [[nodiscard]] bool _findScopeValue(std::uint32_t scopeHash, DataPtr* value) const
+  {
+    return scopeValueCount.load(std::memory_order_relaxed) != 0 && _lookUpScopeValue(scopeHash, value);
+  }
+
+  [[nodiscard]] bool _lookUpScopeValue(std::uint32_t scopeHash, DataPtr* value) const;
+
+  // The node behind the one link, or null and a log line.
+  [[nodiscard]] Node* _linkedNode(const char* operation) const
+  {
+    Node* const source = links.size() == 1 && links.front() ? links.front()->getNode() : nullptr;
+    if (source == nullptr)
+      _complainOfLinks(operation);
+    return source;
+  }
+
+  void _complainOfLinks(const char* operation) const;
 
   // Fixed once the graph is built, so read without a lock.
   const std::string name;

@@ -9,21 +9,23 @@ namespace ZR::Filtrix
 {
 /// A flat hash table from a scope's hash to what is kept for it.
 ///
-/// Nodes look into several of these at every hop of every run, with one or two scopes in them most of the time, so the
-/// entries stand side by side (open addressing, linear probing) and an entry that comes and goes costs no allocation.
-/// Pointers to values hold until the next `insert` or `erase`.
+/// Nodes look into several of these at every hop of every run, with one or two scopes in them most of the time: the
+/// first entry stands in the table itself, the others side by side (open addressing, linear probing), and an entry that
+/// comes and goes costs no allocation. Pointers to values hold until the next `insert` or `erase`.
 template <typename Value>
 class ScopeTable final
 {
 public:
-  [[nodiscard]] bool empty() const noexcept { return used == 0; }
+  [[nodiscard]] bool empty() const noexcept { return size() == 0; }
 
-  [[nodiscard]] std::size_t size() const noexcept { return used; }
+  [[nodiscard]] std::size_t size() const noexcept { return used + (first.taken ? 1 : 0); }
 
-  [[nodiscard]] std::size_t capacity() const noexcept { return slots.size(); }
+  [[nodiscard]] std::size_t capacity() const noexcept { return slots.size() + 1; }
 
   [[nodiscard]] Value* find(std::uint32_t hash) noexcept
   {
+    if (first.taken && first.hash == hash)
+      return &first.value;
     if (used == 0)
       return nullptr;
     for (std::size_t at = home(hash);; at = next(at))
@@ -45,6 +47,12 @@ public:
   {
     if (Value* const present = find(hash))
       return {present, false};
+    if (!first.taken)
+    {
+      first.hash = hash;
+      first.taken = true;
+      return {&first.value, true};
+    }
     if ((used + 1) * 4 > slots.size() * 3)
       grow();
     Slot& slot = slots[freeSlot(hash)];
@@ -56,6 +64,12 @@ public:
 
   bool erase(std::uint32_t hash) noexcept
   {
+    if (first.taken && first.hash == hash)
+    {
+      first.taken = false;
+      first.value = Value();
+      return true;
+    }
     if (used == 0)
       return false;
     std::size_t hole = home(hash);
@@ -85,6 +99,8 @@ public:
   template <typename Visit>
   void forEach(Visit&& visit)
   {
+    if (first.taken)
+      visit(first.hash, first.value);
     for (Slot& slot : slots)
     {
       if (slot.taken)
@@ -95,6 +111,8 @@ public:
   template <typename Visit>
   void forEach(Visit&& visit) const
   {
+    if (first.taken)
+      visit(first.hash, first.value);
     for (const Slot& slot : slots)
     {
       if (slot.taken)
@@ -144,7 +162,8 @@ private:
     }
   }
 
-  std::vector<Slot> slots;  // a power of two, never full
-  std::size_t used = 0;
+  Slot first;
+  std::vector<Slot> slots;  // none or a power of two, never full
+  std::size_t used = 0;     // of the slots
 };
 }  // namespace ZR::Filtrix
