@@ -17,6 +17,14 @@ namespace
 {
 constexpr const char* category = "filtrix.process";
 
+// At frequency 0, and at rates that no count of microseconds can hold, the longest there is.
+std::int64_t periodOf(float frequency)
+{
+  const auto period = static_cast<float>(1'000'000.0 / static_cast<double>(frequency));
+  constexpr auto longest = std::numeric_limits<std::int64_t>::max();
+  return period < static_cast<float>(longest) ? static_cast<std::int64_t>(period) : longest;
+}
+
 [[noreturn]] void logAndThrow(const std::string& text)
 {
   ku::log::write(ku::log::Level::Error, category, text);
@@ -220,18 +228,17 @@ bool Process::isTooEarly(Time now) const noexcept
 {
   if (frequency <= 0.0F)
     return true;
-  const Duration period = _period();
+  const Duration interval = _period();
   const Time last = getLastRun();
-  return last + period > now && last - period < now;
+  return last + interval > now && last - interval < now;
 }
 
-// At frequency 0, and at rates that no count of microseconds can hold, the longest there is.
-Duration Process::_period() const noexcept
+bool Process::passIfEarly(Time now) noexcept
 {
-  const auto period = static_cast<float>(1'000'000.0 / static_cast<double>(frequency));
-  constexpr auto longest = static_cast<float>(std::numeric_limits<std::int64_t>::max());
-  return period < longest ? Duration(static_cast<std::int64_t>(period))
-                          : Duration(std::numeric_limits<std::int64_t>::max());
+  if (!isTooEarly(now))
+    return false;
+  statistics.addEarly();
+  return true;
 }
 
 std::string Process::getName() const
@@ -276,6 +283,7 @@ void Process::setFrequency(float value)
     ku::log::error(category, "setFrequency(\"{}\"): expected a number of runs per second, got nan; 0 is used.{}",
                    getName(), originText());
   frequency = value > 0.0F ? value : 0.0F;
+  period = periodOf(frequency);
 }
 
 void Process::setTolerance(Duration value)

@@ -83,6 +83,9 @@ public:
   /// by more than a period does not hold the process up.
   [[nodiscard]] bool isTooEarly(Time now) const noexcept;
 
+  /// The same, and counts in the figures as having been asked too early.
+  bool passIfEarly(Time now) noexcept;
+
   // Properties.
 
   [[nodiscard]] std::string getName() const;
@@ -144,7 +147,8 @@ public:
 private:
   class RunGuard;
 
-  [[nodiscard]] Duration _period() const noexcept;
+  [[nodiscard]] Duration _period() const noexcept { return Duration(period); }
+
   [[noreturn]] void _throwUnknownSink(std::string_view operation, const std::string& sinkName) const;
   bool _noteSourceVersions();
   void _pull(Time time, const ProcessKey& runKey);
@@ -157,6 +161,7 @@ private:
   // Read by the scheduler and by callers while a run holds the mutex.
   std::atomic<std::uint32_t> priority;
   std::atomic<float> frequency;
+  std::atomic<std::int64_t> period{0};  // that of the frequency, microseconds
   std::atomic<std::int64_t> tolerance{0};
   std::atomic<std::int64_t> lastRun{0};
   std::atomic<bool> enable{true};

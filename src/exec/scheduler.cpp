@@ -18,6 +18,12 @@ constexpr const char* category = "filtrix.scheduler";
 /// How long an idle worker sleeps at most.
 constexpr Duration longestSleep(100'000);
 
+/// A run that lasts longer is told of.
+constexpr std::chrono::seconds longRun(1);
+
+/// How long a stop waits before it says for whom.
+constexpr std::chrono::seconds stopPatience(2);
+
 /// The same failure of the same process is logged once in this time, at most.
 constexpr std::chrono::seconds failureLogPace(10);
 
@@ -55,13 +61,24 @@ bool Scheduler::start()
   if (running)
     return true;
   // Workers that a callback has told to stop have nobody else to wait for them.
-  for (std::thread& thread : threads)
-    thread.join();
-  threads.clear();
+  _join();
   wakeUp.rearm();
   running = true;
   for (std::uint32_t i = 0; i < threadCount; ++i)
-    threads.emplace_back([this] { _supervise(); });
+  {
+    {
+      const std::lock_guard workersLock(workersMutex);
+      ++workers;
+    }
+    threads.emplace_back(
+        [this]
+        {
+          _supervise();
+          const std::lock_guard workersLock(workersMutex);
+          --workers;
+          workerEnded.notify_all();
+        });
+  }
   return true;
 }
 
@@ -82,21 +99,41 @@ bool Scheduler::stop()
   }
   const std::lock_guard lock(startMutex);
   letEnd();
-  for (std::thread& thread : threads)
-    thread.join();
-  threads.clear();
+  _join();
   return true;
 }
 
-void Scheduler::rebuildJobs()
+// A run that does not end cannot be ended from outside: all that can be done is to say so.
+void Scheduler::_join()
 {
+  const auto allEnded = [this]
+  {
+    std::unique_lock lock(workersMutex);
+    return workerEnded.wait_for(lock, stopPatience, [this] { return workers == 0; });
+  };
+  if (!allEnded())
+  {
+    const std::lock_guard lock(queueMutex);
+    for (const auto& [process, run] : runningProcesses)
+      ku::log::error(category, "stop(): waiting for the process \"{}\", whose run does not end.", process->getName());
+  }
+  for (std::thread& thread : threads)
+    thread.join();
+  threads.clear();
+}
+
+std::shared_ptr<const Scheduler::Cycle> Scheduler::_makeCycle() const
+{
+  auto cycle = std::make_shared<Cycle>();
   std::vector<Weighted> list;
   registry.forEachProcess(
       [&](const ProcessPtr& process)
       {
         const std::uint32_t priority = process->getPriority();
-        if (priority != 0 && process->isLive())
-          list.push_back({process, 1U << (priority - 1)});
+        if (priority == 0 || !process->isLive())
+          return;
+        list.push_back({static_cast<std::uint32_t>(cycle->processes.size()), 1U << (priority - 1)});
+        cycle->processes.push_back(process);
       });
   std::ranges::stable_sort(list, {}, &Weighted::weight);
   if (!list.empty())
@@ -105,20 +142,37 @@ void Scheduler::rebuildJobs()
     for (Weighted& entry : list)
       entry.weight /= smallest;
   }
-  const std::lock_guard lock(nextJobsMutex);
-  nextJobs.clear();
-  _interleave(list);
+  _interleave(list, cycle->order);
+  return cycle;
+}
+
+// Who comes while another works the list out waits for it: what was changed before must be in it.
+std::shared_ptr<const Scheduler::Cycle> Scheduler::_currentCycle()
+{
+  const std::lock_guard lock(cycleMutex);
+  if (!isCycleStale.exchange(false))
+    return nextCycle;
+  try
+  {
+    nextCycle = _makeCycle();
+  }
+  catch (...)
+  {
+    isCycleStale = true;
+    throw;
+  }
+  return nextCycle;
 }
 
 // An entry of weight w comes w times: once between two rounds in which the heavier ones come half their weight each.
-void Scheduler::_interleave(const std::vector<Weighted>& list)
+void Scheduler::_interleave(const std::vector<Weighted>& list, std::vector<std::uint32_t>& order)
 {
   if (list.empty())
     return;
   if (list.back().weight == 1)
   {
     for (const Weighted& entry : list)
-      nextJobs.push_back({entry.process, Time()});
+      order.push_back(entry.process);
     return;
   }
   std::vector<Weighted> light;
@@ -130,9 +184,9 @@ void Scheduler::_interleave(const std::vector<Weighted>& list)
     else
       heavy.push_back({entry.process, entry.weight / 2});
   }
-  _interleave(heavy);
-  _interleave(light);
-  _interleave(heavy);
+  _interleave(heavy, order);
+  _interleave(light, order);
+  _interleave(heavy, order);
 }
 
 void Scheduler::addJob(const ProcessPtr& process, Time time)
@@ -141,60 +195,121 @@ void Scheduler::addJob(const ProcessPtr& process, Time time)
     return;
   {
     const std::lock_guard lock(queueMutex);
-    pendingJobs.push_back({process, time});
+    addedJobs.push_back({process, time});
   }
-  wakeUp.interrupt();
+  wakeUp.interruptOne();
 }
 
-std::vector<ProcessPtr> Scheduler::getCycle() const
+std::vector<ProcessPtr> Scheduler::getCycle()
 {
-  const std::lock_guard lock(nextJobsMutex);
-  std::vector<ProcessPtr> cycle;
-  cycle.reserve(nextJobs.size());
-  for (const Job& job : nextJobs)
-    cycle.push_back(job.process);
-  return cycle;
+  const auto cycle = _currentCycle();
+  std::vector<ProcessPtr> processes;
+  processes.reserve(cycle->order.size());
+  for (const std::uint32_t process : cycle->order)
+    processes.push_back(cycle->processes[process]);
+  return processes;
 }
 
 Job Scheduler::nextJob()
 {
   {
     const std::lock_guard lock(queueMutex);
-    bool dropped = false;
-    while (!pendingJobs.empty())
-    {
-      Job job = std::move(pendingJobs.back());
-      pendingJobs.pop_back();
-      if (runningProcesses.insert(job.process).second)
-        return job;
-      dropped = true;
-    }
-    if (dropped)
-      return {};
+    Job job;
+    if (_takeAdded(&job) || _takeFromCycle(&job))
+      return job;
     // From here on a job that is added cuts the sleep below short. A stop that came before must still do so.
     if (running)
       wakeUp.rearm();
   }
-  bool idle = false;
-  {
-    const std::lock_guard lock(nextJobsMutex);
-    idle = nextJobs.empty();
-  }
-  if (idle)
+  _tellLongRuns();
+  const auto cycle = _currentCycle();
+  if (cycle->order.empty())
   {
     _sleep(longestSleep);
     return {};
   }
+  const Duration untilDue = _sleepTime(*cycle, Time::now());
   bool allRunning = false;
   {
-    const std::scoped_lock lock(queueMutex, nextJobsMutex);
-    // Jobs may have come in the meantime, by an event or by the other worker's refill: they are not to be lost.
-    if (pendingJobs.empty())
-      pendingJobs = nextJobs;
-    allRunning = pendingJobs.size() == runningProcesses.size();
+    const std::lock_guard lock(queueMutex);
+    // Jobs may have come in the meantime, by an event or by the other worker's refill: they are not to be lost. A cycle
+    // in which nothing is due is not begun at all.
+    if (addedJobs.empty() && cycleJobs == 0 && untilDue == Duration(0))
+    {
+      runningCycle = cycle;
+      cycleJobs = cycle->order.size();
+    }
+    allRunning = cycle->order.size() == runningProcesses.size();
   }
-  _sleep(allRunning ? longestSleep : _sleepTime());
+  _sleep(allRunning ? longestSleep : untilDue);
   return {};
+}
+
+bool Scheduler::_enter(const ProcessPtr& process)
+{
+  return runningProcesses.try_emplace(process, Running{ku::Clock::now()}).second;
+}
+
+// Once for each run, by a worker that has nothing else to do.
+void Scheduler::_tellLongRuns()
+{
+  const auto now = ku::Clock::now();
+  std::vector<ProcessPtr> late;
+  {
+    const std::lock_guard lock(queueMutex);
+    for (auto& [process, run] : runningProcesses)
+    {
+      if (run.isTold || now - run.start < longRun)
+        continue;
+      run.isTold = true;
+      late.push_back(process);
+    }
+  }
+  for (const ProcessPtr& process : late)
+    ku::log::warning(category, "The process \"{}\" has been running for more than {} s.", process->getName(),
+                     longRun.count());
+}
+
+// The jobs that events have added, the last one first. True when the search is over: with a job, or with an empty one
+// when there were some that had to be dropped.
+bool Scheduler::_takeAdded(Job* job)
+{
+  bool dropped = false;
+  while (!addedJobs.empty())
+  {
+    Job added = std::move(addedJobs.back());
+    addedJobs.pop_back();
+    if (_enter(added.process))
+    {
+      *job = std::move(added);
+      return true;
+    }
+    dropped = true;
+  }
+  return dropped && cycleJobs == 0;
+}
+
+// The same for the cycle. What is passed over in one go is limited, since events wait meanwhile.
+bool Scheduler::_takeFromCycle(Job* job)
+{
+  constexpr int mostAtOnce = 4096;
+  const Time now = Time::now();
+  bool dropped = false;
+  for (int passed = 0; cycleJobs > 0; ++passed)
+  {
+    if (passed == mostAtOnce)
+      return true;
+    const ProcessPtr& process = runningCycle->processes[runningCycle->order[--cycleJobs]];
+    if (process->passIfEarly(now))
+      continue;
+    if (_enter(process))
+    {
+      *job = {process, Time()};
+      return true;
+    }
+    dropped = true;
+  }
+  return dropped;
 }
 
 void Scheduler::finishJob(const ProcessPtr& process)
@@ -204,16 +319,18 @@ void Scheduler::finishJob(const ProcessPtr& process)
 }
 
 // Until the first process is due, so that a cycle that holds nothing to do does not turn for its own sake.
-Duration Scheduler::_sleepTime() const
+Duration Scheduler::_sleepTime(const Cycle& cycle, Time now)
 {
-  const Time now = Time::now();
   Duration shortest = longestSleep;
-  registry.forEachProcess(
-      [&](const ProcessPtr& process)
-      {
-        if (process->getPriority() != 0 && process->isLive())
-          shortest = std::min(shortest, std::max(process->timeToNextRun(now), Duration(0)));
-      });
+  for (const ProcessPtr& process : cycle.processes)
+  {
+    if (process->getPriority() == 0 || !process->isLive())
+      continue;
+    // Whose last run lies far in the future, by a clock that was set back, is due at once.
+    const bool isAhead = process->getLastRun() > now && !process->isTooEarly(now);
+    const Duration left = isAhead ? Duration(0) : std::max(process->timeToNextRun(now), Duration(0));
+    shortest = std::min(shortest, left);
+  }
   return shortest;
 }
 
@@ -280,7 +397,8 @@ void Scheduler::_work(ProcessPtr* current)
     nameThread("ModWrk_idle");
   }
   const std::lock_guard lock(queueMutex);
-  pendingJobs.clear();
+  addedJobs.clear();
+  cycleJobs = 0;
 }
 
 void Scheduler::_reportFailure(const std::string& processName, const std::string& cause)

@@ -3,9 +3,10 @@
 #include "exec/job.h"
 #include "filtrix/ku/clock.h"
 
-#include <boost/container/flat_set.hpp>
+#include <boost/container/flat_map.hpp>
 
 #include <atomic>
+#include <condition_variable>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -21,13 +22,15 @@ class ProcessRegistry;
 ///
 /// There are no deadlines. Priority gives a process its share of a repeating list of jobs: one of weight w stands w
 /// times in a cycle, spread evenly. When a job comes up, the process's frequency decides whether it really runs. Jobs
-/// that events add go before the cycle. A job for a process that is running is dropped, not kept for later.
+/// that events add go before the cycle. A job for a process that is running is dropped, not kept for later. So is one
+/// of the cycle whose process is not due: running it would do nothing.
 ///
 /// What a run throws is logged with the process's name (the same cause at most every ten seconds), the process is tried
-/// again at its next turn with a clean graph, and the worker goes on.
+/// again at its next turn with a clean graph, and the worker goes on. A run that lasts for a second is told of by a
+/// worker that is idle, and by `stop` when it has to wait for it.
 ///
-/// Locks: the queue mutex before the next-jobs mutex and before the registry's mutex; none is held while a process
-/// runs. Thread-safe.
+/// Locks: the cycle mutex, and the queue mutex, before the registry's mutex, never one within the other; none is held
+/// while a process runs. Thread-safe.
 class Scheduler final
 {
 public:
@@ -47,15 +50,16 @@ public:
 
   [[nodiscard]] bool isRunning() const noexcept { return running; }
 
-  /// Works out the list of jobs anew: to be called after a change in the set of processes, in which of them are live,
-  /// or in their priorities.
-  void rebuildJobs();
+  /// Has the list of jobs worked out anew before it is next read: to be called after a change in the set of processes,
+  /// in which of them are live, or in their priorities. Costs next to nothing, so that it may be called for each of ten
+  /// thousand processes.
+  void rebuildJobs() noexcept { isCycleStale = true; }
 
   /// Puts a job before all others that wait, and wakes a worker that sleeps.
   void addJob(const ProcessPtr& process, Time time);
 
   /// The processes of one cycle, in the order in which the list holds them.
-  [[nodiscard]] std::vector<ProcessPtr> getCycle() const;
+  [[nodiscard]] std::vector<ProcessPtr> getCycle();
 
   /// The next job for a worker, empty when there is none at the moment: then it has slept, or refilled the queue. A
   /// worker's own affair; tests step through it.
@@ -65,10 +69,23 @@ public:
   void finishJob(const ProcessPtr& process);
 
 private:
+  // The jobs of one cycle. Never changed once made: a worker goes through it while another is worked out.
+  struct Cycle
+  {
+    std::vector<ProcessPtr> processes;
+    std::vector<std::uint32_t> order;  // indices of the processes; taken from the back
+  };
+
   struct Weighted
   {
-    ProcessPtr process;
+    std::uint32_t process;
     std::uint32_t weight;
+  };
+
+  struct Running
+  {
+    ku::Clock::time_point start;
+    bool isTold = false;  // that it takes long
   };
 
   struct Failure
@@ -78,9 +95,16 @@ private:
     std::uint64_t unlogged = 0;
   };
 
-  void _interleave(const std::vector<Weighted>& list);
-  [[nodiscard]] Duration _sleepTime() const;
+  static void _interleave(const std::vector<Weighted>& list, std::vector<std::uint32_t>& order);
+  [[nodiscard]] std::shared_ptr<const Cycle> _makeCycle() const;
+  [[nodiscard]] std::shared_ptr<const Cycle> _currentCycle();
+  [[nodiscard]] static Duration _sleepTime(const Cycle& cycle, Time now);
+  [[nodiscard]] bool _enter(const ProcessPtr& process);
+  void _tellLongRuns();
+  bool _takeAdded(Job* job);
+  bool _takeFromCycle(Job* job);
   void _sleep(Duration length);
+  void _join();
   void _supervise();
   void _work(ProcessPtr* current);
   void _reportFailure(const std::string& processName, const std::string& cause);
@@ -92,12 +116,19 @@ private:
   std::mutex startMutex;  // held by start and stop for their whole length, the joining included
   std::vector<std::thread> threads;
 
-  mutable std::mutex queueMutex;
-  std::vector<Job> pendingJobs;  // taken from the back
-  boost::container::flat_set<ProcessPtr> runningProcesses;
+  std::mutex workersMutex;  // a leaf lock
+  std::condition_variable workerEnded;
+  std::size_t workers = 0;
 
-  mutable std::mutex nextJobsMutex;  // within the queue mutex
-  std::vector<Job> nextJobs;         // the template of one cycle
+  mutable std::mutex queueMutex;
+  std::vector<Job> addedJobs;                 // by events; taken from the back, before the cycle's
+  std::shared_ptr<const Cycle> runningCycle;  // what is gone through
+  std::size_t cycleJobs = 0;                  // of its order, how many are left
+  boost::container::flat_map<ProcessPtr, Running> runningProcesses;
+
+  std::mutex cycleMutex;  // held while the list is worked out
+  std::shared_ptr<const Cycle> nextCycle;
+  std::atomic<bool> isCycleStale{true};
 
   std::mutex failuresMutex;  // a leaf lock
   std::map<std::string, Failure> failures;

@@ -303,6 +303,51 @@ TEST_F(SchedulerTest, ASteadyFailureIsToldAgainAfterAWhileWithACount)
                                        "The process \"bad\" failed: no light (9 more since the last report)"));
 }
 
+TEST_F(SchedulerTest, TellsOnceOfARunThatLastsLongAndServesTheOthers)
+{
+  const NodeSourcePtr source = makeSource("s", makeData(1));
+  std::latch entered(1);
+  std::latch mayEnd(1);
+  const auto slow = makeNode("slow", std::make_shared<FunctionFilter>("Slow", std::vector<std::string>{"in"},
+                                                                      std::vector<std::string>{"out"},
+                                                                      [&](const DataList& inputs) -> DataList
+                                                                      {
+                                                                        entered.count_down();
+                                                                        mayEnd.wait();
+                                                                        return {inputs[0]};
+                                                                      }));
+  link(*source, *slow);
+  add("stuck", 1, 1.0F)->addSink(makeSink("sink", *slow));
+  const FunctionFilterPtr other = makeIncrement();
+  const auto node = makeNode("node", other);
+  link(*source, *node);
+  add("lively", 1, 10.0F)->addSink(makeSink("sink", *node));
+  scheduler->rebuildJobs();
+  scheduler->start();
+  entered.wait();
+  for (int round = 1; round <= 15; ++round)
+  {
+    ASSERT_TRUE(eventually([&] { return other->applied >= round; })) << "round " << round;
+    ASSERT_TRUE(ku::ManualClock::waitForSleepers(1));
+    clock.advance(100ms);
+  }
+  ASSERT_TRUE(eventually([&] { return !log.entries().empty(); }));
+  mayEnd.count_down();
+  scheduler->stop();
+  EXPECT_THAT(log.entries(), ElementsAre(ku::log::Entry{ku::log::Level::Warning, "filtrix.scheduler",
+                                                        "The process \"stuck\" has been running for more than 1 s."}));
+}
+
+// A clock that was set back by half an hour must not hold anybody up for that time.
+TEST_F(SchedulerTest, GoesOnWhenTheClockIsSetBack)
+{
+  const ProcessPtr process = add("a", 1, 10.0F);
+  process->run(Time::now());
+  clock.advance(-30min);
+  EXPECT_EQ(scheduler->nextJob().process, nullptr) << "the first call fills the queue";
+  EXPECT_EQ(scheduler->nextJob().process, process);
+}
+
 TEST_F(SchedulerTest, StartsAndStopsFromAnywhere)
 {
   std::atomic<int> fired{0};

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 
@@ -59,9 +60,19 @@ public:
 
   /// Ends the sleeps in progress, and those to come until `rearm`, at once.
   void interrupt();
+
+  /// Ends one of the sleeps in progress, and those to come until `rearm`, at once: for one piece of work, which needs
+  /// one sleeper of several.
+  void interruptOne();
   void rearm();
 
 private:
-  bool interrupted = false;  // guarded by the clock's own mutex, a leaf lock
+  // Guarded by the clock's own mutex, a leaf lock.
+  bool interrupted = false;
+  std::size_t sleeping = 0;
+
+  std::condition_variable woken;
+
+  friend class Sleepers;
 };
 }  // namespace ku

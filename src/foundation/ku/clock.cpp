@@ -13,11 +13,9 @@ namespace
 std::atomic<bool> manualInForce{false};
 std::atomic<std::int64_t> manualTime{0};
 
-// Guards the writes of the two above, every Alarm's flag and the count of sleepers. A leaf lock.
+// Guards the writes of the two above, every Alarm's state and the list of sleepers. A leaf lock.
 std::mutex sleepMutex;
-std::condition_variable sleepersWake;
 std::condition_variable sleeperCame;
-std::size_t sleepers = 0;
 
 std::chrono::steady_clock::time_point toSteady(Clock::time_point time)
 {
@@ -25,6 +23,58 @@ std::chrono::steady_clock::time_point toSteady(Clock::time_point time)
       std::chrono::duration_cast<std::chrono::steady_clock::duration>(time.time_since_epoch()));
 }
 }  // namespace
+
+// Those who sleep. A change of the clock concerns them all; an alarm's interruption only its own, so that each has a
+// condition of its own.
+class Sleepers
+{
+public:
+  // One sleep, entered under the sleep mutex.
+  class Entry
+  {
+  public:
+    explicit Entry(Alarm& alarm_) : alarm(alarm_), next(first)
+    {
+      if (next != nullptr)
+        next->previous = this;
+      first = this;
+      ++alarm.sleeping;
+      ++count;
+      sleeperCame.notify_all();
+    }
+
+    Entry(const Entry&) = delete;
+    Entry& operator=(const Entry&) = delete;
+
+    ~Entry()
+    {
+      (previous != nullptr ? previous->next : first) = next;
+      if (next != nullptr)
+        next->previous = previous;
+      --alarm.sleeping;
+      --count;
+    }
+
+  private:
+    friend class Sleepers;
+
+    Alarm& alarm;
+    Entry* previous = nullptr;
+    Entry* next;
+  };
+
+  static void wakeAll()
+  {
+    for (Entry* entry = first; entry != nullptr; entry = entry->next)
+      entry->alarm.woken.notify_all();
+  }
+
+  [[nodiscard]] static std::size_t size() noexcept { return count; }
+
+private:
+  static inline Entry* first = nullptr;
+  static inline std::size_t count = 0;
+};
 
 Clock::time_point Clock::now() noexcept
 {
@@ -40,7 +90,7 @@ ManualClock::ManualClock(Clock::duration start)
   previousTime = manualTime.load();
   manualTime.store(start.count());
   manualInForce.store(true);
-  sleepersWake.notify_all();
+  Sleepers::wakeAll();
 }
 
 ManualClock::~ManualClock()
@@ -48,20 +98,20 @@ ManualClock::~ManualClock()
   const std::lock_guard lock(sleepMutex);
   manualInForce.store(previousInForce);
   manualTime.store(previousTime);
-  sleepersWake.notify_all();
+  Sleepers::wakeAll();
 }
 
 void ManualClock::advance(Clock::duration step)
 {
   const std::lock_guard lock(sleepMutex);
   manualTime.fetch_add(step.count());
-  sleepersWake.notify_all();
+  Sleepers::wakeAll();
 }
 
 bool ManualClock::waitForSleepers(std::size_t count, std::chrono::milliseconds patience)
 {
   std::unique_lock lock(sleepMutex);
-  return sleeperCame.wait_for(lock, patience, [count] { return sleepers >= count; });
+  return sleeperCame.wait_for(lock, patience, [count] { return Sleepers::size() >= count; });
 }
 
 bool Alarm::sleepFor(Clock::duration length)
@@ -73,24 +123,38 @@ bool Alarm::sleepFor(Clock::duration length)
   // A sleep that began under one clock and finds another in force has nothing left to wait for that makes sense.
   const bool manual = manualInForce.load();
   const Clock::time_point due = Clock::now() + length;
-  ++sleepers;
-  sleeperCame.notify_all();
+  const Sleepers::Entry entry(*this);
   while (!interrupted && manual == manualInForce.load() && Clock::now() < due)
   {
     if (manual)
-      sleepersWake.wait(lock);
+      woken.wait(lock);
     else
-      sleepersWake.wait_until(lock, toSteady(due));
+      woken.wait_until(lock, toSteady(due));
   }
-  --sleepers;
   return !interrupted;
 }
 
+// The mutex is let go before the sleepers are told, who would wake only to wait for it.
 void Alarm::interrupt()
 {
-  const std::lock_guard lock(sleepMutex);
-  interrupted = true;
-  sleepersWake.notify_all();
+  {
+    const std::lock_guard lock(sleepMutex);
+    interrupted = true;
+    if (sleeping == 0)
+      return;
+  }
+  woken.notify_all();
+}
+
+void Alarm::interruptOne()
+{
+  {
+    const std::lock_guard lock(sleepMutex);
+    interrupted = true;
+    if (sleeping == 0)
+      return;
+  }
+  woken.notify_one();
 }
 
 void Alarm::rearm()
