@@ -20,7 +20,8 @@ double seconds(Nanoseconds span)
 
 void finish(TopicInfo& topic)
 {
-  const double span = seconds(topic.last - topic.first);
+  // A damaged file's times may lie farther apart than their type can tell.
+  const double span = seconds(topic.last) - seconds(topic.first);
   topic.rateHz = topic.count > 1 && span > 0 ? static_cast<double>(topic.count - 1) / span : 0;
 }
 

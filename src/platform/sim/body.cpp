@@ -35,8 +35,7 @@ Vec3f lerp(const Vec3f& a, const Vec3f& b, float share)
 class Skeleton final
 {
 public:
-  Skeleton(const Actor& actor_, const ActorState& state_)
-      : actor(actor_), state(state_), h(actor_.height), wide(actor_.build)
+  Skeleton(const Actor& actor_, const ActorState& state_) : state(state_), h(actor_.height), wide(actor_.build)
   {
     hip = h * (Share::hip + (Share::seat - Share::hip) * state.sitting);
     lowered = h * Share::hip - hip;
@@ -153,7 +152,6 @@ private:
     out.push_back(shape);
   }
 
-  const Actor& actor;
   const ActorState& state;
   const float h;     // metres
   const float wide;  // as a multiple of an average person

@@ -13,8 +13,8 @@ constexpr int side = 128;  // pixels
 
 cv::Scalar shade(const Color& color, float factor)
 {
-  return {std::min(255.0F, color[0] * factor), std::min(255.0F, color[1] * factor),
-          std::min(255.0F, color[2] * factor)};
+  const auto channel = [factor](float value) { return static_cast<double>(std::min(255.0F, value * factor)); };
+  return {channel(color[0]), channel(color[1]), channel(color[2])};
 }
 
 // Coordinates of the ball: y from 1 at the picture's left to -1, z from 1 at its top to -1.

@@ -96,7 +96,10 @@ private:
       scene.title += " " + line.takeWord("");
   }
 
-  void parseDuration(SceneLine& line) { scene.duration = line.takeNumber("seconds", 0.1F, longestScene); }
+  void parseDuration(SceneLine& line)
+  {
+    scene.duration = static_cast<double>(line.takeNumber("seconds", 0.1F, longestScene));
+  }
 
   void parseSeed(SceneLine& line)
   {
@@ -143,7 +146,10 @@ private:
     scene.head.push_back(pose);
   }
 
-  static double takeTime(SceneLine& line) { return line.takeNumber("a time in seconds", 0.0F, longestScene); }
+  static double takeTime(SceneLine& line)
+  {
+    return static_cast<double>(line.takeNumber("a time in seconds", 0.0F, longestScene));
+  }
 
   static float takePlace(SceneLine& line, const char* what) { return line.takeNumber(what, -farthest, farthest); }
 
@@ -367,7 +373,7 @@ private:
     if (!action.leftArm && !action.rightArm && !line.accept("none"))
       line.fail("\"left\", \"right\", \"both\" or \"none\"");
     if (line.accept("for"))
-      action.seconds = line.takeNumber("seconds", 0.1F, longestScene);
+      action.seconds = static_cast<double>(line.takeNumber("seconds", 0.1F, longestScene));
   }
 
   Scene scene;
