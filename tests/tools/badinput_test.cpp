@@ -1,161 +1,41 @@
 // What comes from cameras and joints is not always what a robot should see. Nobody is found who is not there, nothing
 // breaks, and who is there is found again within a second of good input.
 
-#include "filtrix/image.h"
-#include "filtrix/ku/clock.h"
 #include "filtrix/ku/log.h"
-#include "filtrix/time.h"
-#include "platform/sim/photographer.h"
-#include "platform/sim/robotbody.h"
-#include "platform/sim/simrobot.h"
-#include "program/filtrixprivate.h"
-#include "tools/filtrix/personview.h"
-#include "tools/filtrix/session.h"
+#include "spoiltpeople.h"
 
 #include <gtest/gtest.h>
-#include <opencv2/core.hpp>
 
-#include <chrono>
-#include <cmath>
-#include <functional>
-#include <limits>
-#include <numbers>
+#include <algorithm>
 #include <string>
-#include <vector>
 
 namespace ZR::Filtrix::Test
 {
 namespace
 {
-using namespace Tool;
-
-constexpr const char* process =
-    "source Depth { 0 } source Color { 0 } source Torso { 0 } source Robot { 0 } source World { 0 } source Height { 0 }"
-    "process people(People3D, 8, 1000) { depthImage <= Depth; colorImage <= Color; cameraPositionTorso <= Torso; "
-    "cameraPositionRobot <= Robot; cameraPositionWorld <= World; heightOffset <= Height; population => population; }";
-
-/// A frame as it comes from the robot, to be spoilt.
-struct Input
-{
-  cv::Mat depth;
-  cv::Mat color;
-  Type::Vector6 pose;
-  bool hasColor = true;
-  bool hasDepth = true;
-};
-
-using Spoil = std::function<void(Input&, int frame)>;
-
-struct BadInput
-{
-  const char* name;
-  Spoil spoil;
-};
-
 class BadInputTest : public ::testing::TestWithParam<BadInput>
 {
 protected:
-  BadInputTest()
-  {
-    FiltrixPrivate& registry = session.registry();
-    EXPECT_TRUE(registry.loadProgramFromFile("people.fxs") && registry.loadProgram(process));
-    registry.setData("Height", makeData(0.0F));
-  }
-
-  // The people who are seen after a frame at 15 a second.
-  std::size_t step(const Spoil& spoil)
-  {
-    clock.advance(std::chrono::milliseconds(66));
-    const double time = frame++ / 15.0;
-    const auto depth = robot.photographer().take(Sim::Camera::depth, 320, 240, ColorSpace::depth, time);
-    const auto color = robot.photographer().take(Sim::Camera::top, 320, 240, ColorSpace::rgb, time);
-    Input input{cv::Mat(240, 320, CV_16UC1, depth->data()).clone(), cv::Mat(240, 320, CV_8UC3, color->data()).clone(),
-                Type::Vector6(0.06F, 0.0F, 1.14F, 0.0F, 0.0F, 0.0F)};
-    if (spoil)
-      spoil(input, frame);
-    set(input);
-    const DataPtr population = session.registry().getData("people:population");
-    std::size_t seen = 0;
-    for (const PersonView& person : viewsOf(population))
-      seen += person.visible ? 1 : 0;
-    return seen;
-  }
-
-private:
-  void set(const Input& input)
-  {
-    FiltrixPrivate& registry = session.registry();
-    const Time now = Time::now();
-    DataPtr depth = input.hasDepth
-                        ? makeData(std::make_shared<Type::DepthImage>(input.depth, "Depth", now, 1.0123F, 0.7854F))
-                        : nullptr;
-    DataPtr color = input.hasColor
-                        ? makeData(std::make_shared<Type::ColorImage>(input.color, "Color", now, 0.8338F, 0.6419F))
-                        : nullptr;
-    registry.setData("Depth", depth);
-    registry.setData("Color", color);
-    for (const char* const source : {"Torso", "Robot", "World"})
-      registry.setData(source, makeData(input.pose));
-  }
-
   const ku::log::Capture silence{ku::log::Level::Error};
-  ku::ManualClock clock;
-  const Sim::Robot robot{Sim::parseScene("filtrix-scene 1\nperson a\nat 0 place 2.2 0.1 face robot look robot\n", "a")};
-  Session session;
-  int frame = 0;
+  SpoiltPeople people;
 };
 
 TEST_P(BadInputTest, FindsNobodyWhoIsNotThereAndRecovers)
 {
   for (int i = 0; i < 15; ++i)
-    step(nullptr);
-  ASSERT_EQ(step(nullptr), 1U);
+    people.step(nullptr);
+  ASSERT_EQ(people.step(nullptr), 1U);
   std::size_t most = 0;
   for (int i = 0; i < 30; ++i)
-    most = std::max(most, step(GetParam().spoil));
+    most = std::max(most, people.step(GetParam().spoil));
   EXPECT_LE(most, 1U);
   std::size_t seen = 0;
   for (int i = 0; i < 15; ++i)
-    seen = step(nullptr);
+    seen = people.step(nullptr);
   EXPECT_EQ(seen, 1U);
 }
 
-void fill(Input& input, int millimetres)
-{
-  input.depth.setTo(millimetres);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    People, BadInputTest,
-    ::testing::Values(
-        BadInput{"NoDepth", [](Input& input, int) { input.hasDepth = false; }},
-        BadInput{"NoColor", [](Input& input, int) { input.hasColor = false; }},
-        BadInput{"Nothing", [](Input& input, int) { input.hasDepth = input.hasColor = false; }},
-        BadInput{"AllZero", [](Input& input, int) { fill(input, 0); }},
-        BadInput{"AllFar", [](Input& input, int) { fill(input, 65535); }},
-        BadInput{"LensCap", [](Input& input, int) { fill(input, 300); }},
-        BadInput{"LensCapThatCannotBeMeasured",
-                 [](Input& input, int)
-                 {
-                   fill(input, 0);
-                   input.color.setTo(0);
-                 }},
-        BadInput{"SomebodyTouchesTheCamera",
-                 [](Input& input, int) { input.depth(cv::Rect(80, 0, 180, 240)).setTo(450); }},
-        BadInput{"Noise", [](Input& input, int frame)
-                 { cv::RNG(static_cast<unsigned>(frame)).fill(input.depth, cv::RNG::UNIFORM, 0, 8000); }},
-        BadInput{"OnePixel", [](Input& input, int) { input.depth = input.depth(cv::Rect(0, 0, 1, 1)).clone(); }},
-        BadInput{"AnotherSize", [](Input& input, int) { input.depth = input.depth(cv::Rect(0, 0, 160, 120)).clone(); }},
-        BadInput{"UpsideDown", [](Input& input, int) { input.pose.wx = std::numbers::pi_v<float>; }},
-        BadInput{"PoseWithoutNumbers",
-                 [](Input& input, int) { input.pose.z = input.pose.wy = std::numeric_limits<float>::quiet_NaN(); }},
-        BadInput{"InfinitePose", [](Input& input, int) { input.pose.x = std::numeric_limits<float>::infinity(); }},
-        BadInput{"PoseThatJumps",
-                 [](Input& input, int frame)
-                 {
-                   if (frame % 3 == 0)
-                     input.pose.wz = 2.0F;
-                 }}),
-    [](const auto& test) { return std::string(test.param.name); });
+INSTANTIATE_TEST_SUITE_P(People, BadInputTest, ::testing::ValuesIn(badInputs().begin(), badInputs().end()),
+                         [](const auto& test) { return std::string(test.param.name); });
 }  // namespace
 }  // namespace ZR::Filtrix::Test
