@@ -69,6 +69,7 @@ Process::Process(const std::string& name, std::uint32_t priority_, float frequen
                  std::shared_ptr<ProcessRegistry> owner_)
     : priority(std::min(priority_, maxPriority)), frequency(0.0F), key(name), owner(std::move(owner_)), failedKey(name)
 {
+  hash = key.getHash();
   setFrequency(frequency_);
   setTolerance(tolerance_);
 }
@@ -258,6 +259,7 @@ void Process::rename(const std::string& name)
   ProcessKey newKey(name);
   const std::lock_guard lock(nameMutex);
   std::swap(key, newKey);
+  hash = key.getHash();
 }
 
 std::string Process::getDescription() const

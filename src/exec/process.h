@@ -79,6 +79,9 @@ public:
   /// How long until a run is due: negative when it is overdue, one period while the process is running.
   [[nodiscard]] Duration timeToNextRun(Time now) const;
 
+  /// When a period has passed since the last run, whether or not the process is running.
+  [[nodiscard]] Time getDue() const noexcept { return getLastRun() + _period(); }
+
   /// True when less than a period has passed since the last run. Always, at frequency 0. A clock that has stepped back
   /// by more than a period does not hold the process up.
   [[nodiscard]] bool isTooEarly(Time now) const noexcept;
@@ -90,6 +93,10 @@ public:
 
   [[nodiscard]] std::string getName() const;
   [[nodiscard]] ProcessKey getKey() const;
+
+  /// That of the key, without a lock.
+  [[nodiscard]] std::uint32_t getHash() const noexcept { return hash; }
+
   void rename(const std::string& name);
   [[nodiscard]] std::string getDescription() const;
   void setDescription(std::string text);
@@ -168,6 +175,8 @@ private:
   std::atomic<bool> zombie{false};
   std::atomic<bool> failed{false};
   std::atomic<std::thread::id> runner;  // the thread of the run in progress
+
+  std::atomic<std::uint32_t> hash{0};  // the key's
 
   mutable std::mutex nameMutex;  // a leaf lock on the key and the description
   ProcessKey key;

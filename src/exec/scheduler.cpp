@@ -328,6 +328,9 @@ Duration Scheduler::_sleepTime(const Cycle& cycle, Time now)
       continue;
     // Whose last run lies far in the future, by a clock that was set back, is due at once.
     const bool isAhead = process->getLastRun() > now && !process->isTooEarly(now);
+    // Only who would be the first is asked whether it is running, which takes a lock.
+    if (!isAhead && process->getDue() - now >= shortest)
+      continue;
     const Duration left = isAhead ? Duration(0) : std::max(process->timeToNextRun(now), Duration(0));
     shortest = std::min(shortest, left);
   }

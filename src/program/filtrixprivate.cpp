@@ -12,7 +12,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <set>
 #include <stdexcept>
 
 namespace ZR::Filtrix
@@ -94,7 +93,7 @@ bool FiltrixPrivate::deleteProcess(const std::string& name)
   deleted->setZombie(false);
   memoryManager.clearProcess(deleted->getKey());
   _rebindSources();
-  _updateZombies(true);
+  _updateZombies();
   scheduler->rebuildJobs();
   return true;
 }
@@ -147,7 +146,7 @@ bool FiltrixPrivate::_setEnable(const std::string& name, bool on, std::string_vi
   if (!process)
     return false;
   process->setEnable(on);
-  _updateZombies(true);
+  _updateZombies();
   scheduler->rebuildJobs();
   return true;
 }
@@ -338,32 +337,36 @@ ProcessPtr FiltrixPrivate::_processOrLog(const std::string& name, std::string_vi
 }
 
 // A disabled process stays live as long as a live one reads one of its sinks, at whatever distance.
-void FiltrixPrivate::_updateZombies(bool clear)
+void FiltrixPrivate::_updateZombies()
 {
   const std::lock_guard lock(processMutex);
-  if (clear)
+  std::vector<ProcessPtr> live;
+  for (const auto& [name, process] : processes)
+    process->setZombie(false);
+  for (const auto& [name, process] : processes)
   {
-    for (const auto& [name, process] : processes)
-      process->setZombie(false);
+    if (process->isLive())
+      live.push_back(process);
   }
-  std::set<const Process*> seen;
-  bool changed = true;
-  while (changed)
+  _keepAliveBehind(std::move(live));
+}
+
+// What the live processes read, at whatever distance, becomes live. The process mutex is held.
+void FiltrixPrivate::_keepAliveBehind(std::vector<ProcessPtr> live) const
+{
+  while (!live.empty())
   {
-    changed = false;
-    for (const auto& [name, process] : processes)
+    const ProcessPtr process = std::move(live.back());
+    live.pop_back();
+    for (const auto& [sourceName, source] : process->getSources())
     {
-      if (!process->isLive() || !seen.insert(process.get()).second)
-        continue;
-      changed = true;
-      for (const auto& [sourceName, source] : process->getSources())
+      for (const std::string& dependency : dependenciesOf(source))
       {
-        for (const std::string& dependency : dependenciesOf(source))
-        {
-          const auto read = processes.find(dependency);
-          if (read != processes.end() && !read->second->isLive())
-            read->second->setZombie(true);
-        }
+        const auto read = processes.find(dependency);
+        if (read == processes.end() || read->second->isLive())
+          continue;
+        read->second->setZombie(true);
+        live.push_back(read->second);
       }
     }
   }
@@ -373,26 +376,41 @@ void FiltrixPrivate::_updateZombies(bool clear)
 void FiltrixPrivate::_rebindSources()
 {
   const std::scoped_lock lock(processMutex, sourceMutex, aliasMutex);
-  std::set<const NodeSource*> read;
-  for (const auto& [name, process] : processes)
-  {
-    for (const auto& [sourceName, source] : process->getSources())
-    {
-      read.insert(source.get());
-      if (const auto* const alias = dynamic_cast<const NodeSourceAlias*>(source.get()))
-        read.insert(alias->getTarget().get());
-    }
-  }
   boundSources.clear();
-  for (const auto& [name, source] : sources)
+  for (const auto& [name, process] : processes)
+    _bindSourcesOf(*process);
+}
+
+// The mutexes of processes, sources and aliases are held.
+void FiltrixPrivate::_bindSourcesOf(const Process& process)
+{
+  const auto bind = [this](const auto& registered, const NodeSource* source)
   {
-    if (read.contains(source.get()))
-      boundSources.emplace(name, source);
-  }
-  for (const auto& [name, alias] : aliases)
+    const auto entry = source != nullptr ? registered.find(source->getName()) : registered.end();
+    if (entry != registered.end() && entry->second.get() == source)
+      boundSources.emplace(entry->first, entry->second);
+  };
+  for (const auto& [name, source] : process.getSources())
   {
-    if (read.contains(alias.get()))
-      boundSources.emplace(name, alias);
+    bind(sources, source.get());
+    const auto* const alias = dynamic_cast<const NodeSourceAlias*>(source.get());
+    if (alias == nullptr)
+      continue;
+    bind(aliases, alias);
+    bind(sources, alias->getTarget().get());
   }
+}
+
+// The same as `_rebindSources` and `_updateZombies`, for one more process: of ten thousand, each creation must not go
+// through all.
+void FiltrixPrivate::_noteNewProcess(const ProcessPtr& process)
+{
+  const std::scoped_lock lock(processMutex, sourceMutex, aliasMutex);
+  const auto entry = processes.find(process->getName());
+  if (entry == processes.end() || entry->second != process)
+    return;  // deleted again by somebody else
+  _bindSourcesOf(*process);
+  if (process->isLive())
+    _keepAliveBehind({process});
 }
 }  // namespace ZR::Filtrix

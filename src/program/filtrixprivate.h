@@ -223,8 +223,11 @@ private:
   bool _addSourceEvent(std::string_view access, std::string_view unknown, const std::string& source,
                        const std::string& process, const std::shared_ptr<Event>& event);
   void _rebindSources();
+  void _bindSourcesOf(const Process& process);
+  void _noteNewProcess(const ProcessPtr& process);
   bool _setEnable(const std::string& name, bool on, std::string_view failure);
-  void _updateZombies(bool clear);
+  void _updateZombies();
+  void _keepAliveBehind(std::vector<ProcessPtr> live) const;
 
   // Guards the three below. The last of the registry's locks.
   mutable std::mutex filterMutex;

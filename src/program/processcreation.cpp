@@ -319,12 +319,13 @@ bool FiltrixPrivate::createProcess(const std::string& name, const std::string& f
                                    const std::vector<Binding>& localSources, const OriginPtr& origin)
 {
   const auto where = origin ? " [" + toString(*origin) + "]" : std::string();
+  ProcessPtr process;
   try
   {
     if (name.size() > Limits::nameBytes)
       throw ProcessError(fmt::format("the name has {} bytes, expected at most {}", name.size(), Limits::nameBytes),
                          origin);
-    const auto process = std::make_shared<Process>(name, priority, frequency, tolerance);
+    process = std::make_shared<Process>(name, priority, frequency, tolerance);
     process->setOrigin(origin);
     ProcessBuilder builder(*this, process);
     builder.addLocalSources(localSources);
@@ -340,9 +341,10 @@ bool FiltrixPrivate::createProcess(const std::string& name, const std::string& f
     builder.bindOutputs(outputs);
     builder.aggregate(aggregatedOutputs);
     builder.finish();
+    const std::uint32_t hash = process->getHash();
     for (const auto& [otherName, other] : processes)
     {
-      if (other->getKey().getHash() == process->getKey().getHash())
+      if (other->getHash() == hash)
         ku::log::warning(category,
                          "createProcess(\"{}\"): the name has the same hash as that of \"{}\": the two share what runs "
                          "and filters keep.{}",
@@ -358,8 +360,7 @@ bool FiltrixPrivate::createProcess(const std::string& name, const std::string& f
     return false;
   }
   // The scheduler asks for the processes itself, so it is told when no lock is held.
-  _rebindSources();
-  _updateZombies(false);
+  _noteNewProcess(process);
   scheduler->rebuildJobs();
   ku::log::verbose(category, "new filtrix process: \"{}\" priority: {} frequency: {} tolerance: {}", name,
                    std::min(priority, Process::maxPriority), frequency, tolerance.microseconds());
