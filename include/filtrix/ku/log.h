@@ -32,7 +32,7 @@ struct Entry
 };
 
 /// Writes one line to standard error and to every `Capture`, when its category's level lets it through. The text is
-/// taken as it is; line breaks in it stay. Never throws.
+/// taken as it is; line breaks stay. Of the same line ten a second are written; a Capture gathers all. Never throws.
 void write(Level level, std::string_view category, std::string_view text) noexcept;
 
 /// True when a line of this level and category would be written: ask before building a costly text.

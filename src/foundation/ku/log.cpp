@@ -1,7 +1,9 @@
 #include "filtrix/ku/log.h"
 
+#include "filtrix/ku/unicode.h"
 #include "foundation/ku/immortal.h"
 #include "foundation/ku/loglevels.h"
+#include "foundation/ku/repeats.h"
 
 #include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/stdout_color_sinks.h>
@@ -9,12 +11,19 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <functional>
 #include <mutex>
 #include <shared_mutex>
 #include <stdexcept>
 
 namespace ku::log
 {
+namespace
+{
+// A line is for people. What is longer comes from a name or a value of somebody else's, and is cut.
+constexpr std::size_t longestText = 16'384;
+}  // namespace
+
 class Capture::State
 {
 public:
@@ -113,8 +122,16 @@ public:
       capture->gather(level, category, text);
       silent = silent || capture->echo == Capture::Echo::No;
     }
-    if (!silent)
+    if (silent)
+      return;
+    const std::size_t line = std::hash<std::string_view>()(text) ^ std::hash<std::string_view>()(category);
+    const auto leftOut = repeats.pass(line, Repeats::Clock::now());
+    if (!leftOut)
+      return;
+    if (*leftOut == 0)
       _print(level, category, text);
+    else
+      _print(level, category, fmt::format("{} ({} more like this were left out)", text, *leftOut));
   }
 
   void setLevel(std::string_view category, Level level)
@@ -166,6 +183,7 @@ private:
   }
 
   spdlog::sinks::stderr_color_sink_mt sink;  // locks itself
+  Repeats repeats;
 
   // Read by everyone first: the level that no line in force goes beyond, so that what is off costs one load.
   std::atomic<Level> most{Level::Warning};
@@ -187,7 +205,11 @@ Journal& journal()
 void write(Level level, std::string_view category, std::string_view text) noexcept
 try
 {
-  journal().write(clamped(level), category, text);
+  if (text.size() <= longestText)
+    journal().write(clamped(level), category, text);
+  else if (isEnabled(level, category))
+    journal().write(clamped(level), category,
+                    fmt::format("{}... ({} bytes)", toValidUtf8(text.substr(0, longestText)), text.size()));
 }
 
 catch (...)
