@@ -14,8 +14,9 @@ namespace ZR::Filtrix::Filters
 {
 namespace
 {
-// A mask reaches a border that it comes so near to: the last column of a sensor is often without measurement.
-constexpr int borderWidth = 1;
+// A mask reaches a border that it comes as near to as one of so many rows, and at least by one pixel: the last rows and
+// columns of a sensor are often without measurement.
+constexpr int rowsToABorderRow = 160;
 
 /// So many pixels out from the outline it is looked for something nearer: the shadow beside it is that wide.
 constexpr int reach = 3;
@@ -36,6 +37,7 @@ struct Borders
 
 Borders touchedBorders(const cv::Rect& box, const cv::Size& frame)
 {
+  const int borderWidth = std::max(1, frame.height / rowsToABorderRow);
   return {box.x <= borderWidth, box.y <= borderWidth, box.x + box.width >= frame.width - borderWidth,
           box.y + box.height >= frame.height - borderWidth};
 }
