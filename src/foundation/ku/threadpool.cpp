@@ -96,6 +96,19 @@ bool ThreadPool::_isStarved() const
   return jobs.size() > idling && workers.size() < limits.most;
 }
 
+// True when another thread is idle as well and no more have been needed for a while. Quick jobs that keep coming would
+// else keep each of many threads from ever being idle for long. Under the mutex; one thread may act on it.
+bool ThreadPool::_isTooMany()
+{
+  if (workers.size() <= limits.base || idling == 0 || !jobs.empty() || isEnding)
+    return false;
+  const auto now = Clock::now();
+  if (now - changed < limits.idle)
+    return false;
+  changed = now;
+  return true;
+}
+
 // Adds a worker; false when the system gives no more threads. Under the mutex.
 bool ThreadPool::_start()
 try
@@ -119,6 +132,8 @@ void ThreadPool::_work()
   Lock lock(mutex);
   for (;;)
   {
+    if (_isTooMany())
+      break;
     ++idling;
     const bool woken = jobCame.wait_for(lock, limits.idle, [this] { return isEnding || !jobs.empty(); });
     --idling;
@@ -164,8 +179,8 @@ void ThreadPool::_supervise()
 
     const std::uint64_t before = taken;
     lookedFor.wait_for(lock, limits.patience, [this] { return isEnding; });
-    if (!isEnding && taken == before && _isStarved())
-      _start();
+    if (!isEnding && taken == before && _isStarved() && _start())
+      changed = Clock::now();
   }
 }
 }  // namespace ku

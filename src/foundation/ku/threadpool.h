@@ -15,7 +15,8 @@ namespace ku
 /// Threads that run jobs in the order of their posting.
 ///
 /// Jobs may block: a camera is waited for that way. When work waits and no job has been taken up for `patience`, all
-/// threads are taken to be blocked, and one more is started, up to `most`; it ends when it has been idle for `idle`.
+/// threads are taken to be blocked, and one more is started, up to `most`; it ends when it has been idle for `idle`,
+/// and so does one in each such span in which the others had nothing to do either.
 /// So a few threads serve quick jobs, and a slow one costs the others at most that patience. These spans are of real
 /// time, whatever clock is in force, since they are about the machine's threads. Thread-safe.
 class ThreadPool
@@ -51,11 +52,13 @@ public:
 
 private:
   using Lock = std::unique_lock<std::mutex>;
+  using Clock = std::chrono::steady_clock;
 
   void _work();
   void _supervise();
   bool _start();
   [[nodiscard]] bool _isStarved() const;
+  [[nodiscard]] bool _isTooMany();
 
   const Limits limits;
 
@@ -67,6 +70,7 @@ private:
   std::size_t idling = 0;             // threads that wait for a job, those about to wake included
   std::vector<std::thread> workers;   // at work or idle
   std::vector<std::thread> leaving;   // about to end, to be joined by the supervisor
+  Clock::time_point changed;          // when a thread more or less was last found to be needed
   bool isEnding = false;
   bool isShort = false;    // the system refused a thread; told once until it gives one again
   std::thread supervisor;  // started with the first worker

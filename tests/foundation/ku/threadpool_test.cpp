@@ -72,6 +72,31 @@ TEST(ThreadPool, GrowsWhileAllThreadsAreBlockedAndShrinksAgain)
   again.wait();
 }
 
+// Each thread would be given a job before it had been idle for long.
+TEST(ThreadPool, ShrinksWhileQuickJobsKeepComing)
+{
+  ThreadPool pool({.base = 1, .most = 4, .patience = 1ms, .idle = 20ms});
+  std::latch allBegun(4);
+  std::latch go(1);
+  for (int i = 0; i < 4; ++i)
+    pool.post(
+        [&]
+        {
+          allBegun.count_down();
+          go.wait();
+        });
+  allBegun.wait();
+  ASSERT_EQ(pool.size(), 4U);
+  go.count_down();
+  const auto end = std::chrono::steady_clock::now() + 20s;
+  while (pool.size() > 1 && std::chrono::steady_clock::now() < end)
+  {
+    pool.post([] {});
+    std::this_thread::sleep_for(1ms);
+  }
+  EXPECT_EQ(pool.size(), 1U);
+}
+
 TEST(ThreadPool, OutlivesWhatItsJobsThrow)
 {
   const log::Capture capture;
