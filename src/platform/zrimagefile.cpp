@@ -128,19 +128,31 @@ bool readInto(std::istream& in, std::span<std::uint8_t> bytes)
   return static_cast<std::size_t>(in.gcount()) == bytes.size();
 }
 
-// Writes a file of two pieces; what an earlier file of that name held is gone even when it fails.
+// Writes a file of two pieces, beside an earlier one of that name until it is whole. What is no plain file, such as a
+// pipe or a link, is written to as it is.
 bool writePieces(const char* caller, const std::filesystem::path& path, std::string_view head,
                  std::span<const std::uint8_t> body)
 {
+  std::error_code error;
+  const auto kind = std::filesystem::symlink_status(path, error).type();
+  const bool isPlain = kind == std::filesystem::file_type::not_found || kind == std::filesystem::file_type::regular;
+  std::filesystem::path draft = path;
+  if (isPlain)
+    draft += ".part";
   errno = 0;
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  std::ofstream out(draft, std::ios::binary | std::ios::trunc);
+  const bool isOpen = out.is_open();
   out.write(head.data(), static_cast<std::streamsize>(head.size()));
   out.write(reinterpret_cast<const char*>(body.data()), static_cast<std::streamsize>(body.size()));
   out.close();
-  if (out)
+  error = out ? std::error_code() : std::error_code(errno, std::generic_category());
+  if (out && isPlain)
+    std::filesystem::rename(draft, path, error);
+  if (out && !error)
     return true;
-  ku::log::error(zrImageLog, "{}: cannot write \"{}\": {}", caller, path.string(),
-                 std::generic_category().message(errno));
+  ku::log::error(zrImageLog, "{}: cannot write \"{}\": {}", caller, path.string(), error.message());
+  if (isPlain && isOpen)
+    std::filesystem::remove(draft, error);
   return false;
 }
 

@@ -113,12 +113,15 @@ bool FiltrixPrivate::renameProcess(const std::string& name, const std::string& n
                    newName.substr(0, Limits::nameBytes), Limits::nameBytes);
     return false;
   }
-  const ProcessPtr process = entry->second;
-  const ProcessKey oldKey = process->getKey();
-  process->rename(newName);
-  memoryManager.renameProcess(oldKey, process->getKey());
-  processes.erase(entry);
-  processes.emplace(newName, process);
+  // What may fail comes first, so that the process is never without a name.
+  std::string key = newName;
+  const ProcessKey oldKey = entry->second->getKey();
+  const ProcessKey newKey(newName);
+  entry->second->rename(newName);
+  auto node = processes.extract(entry);
+  node.key() = std::move(key);
+  processes.insert(std::move(node));
+  memoryManager.renameProcess(oldKey, newKey);
   for (const auto& [otherName, other] : processes)
   {
     for (const auto& [sourceName, source] : other->getSources())
@@ -396,7 +399,10 @@ void FiltrixPrivate::_bindSourcesOf(const Process& process)
     const auto* const alias = dynamic_cast<const NodeSourceAlias*>(source.get());
     if (alias == nullptr)
       continue;
-    bind(aliases, alias);
+    // An alias may have got another name than it was made with.
+    const auto renamed = std::ranges::find(aliases, alias, [](const auto& entry) { return entry.second.get(); });
+    if (renamed != aliases.end())
+      boundSources.emplace(renamed->first, renamed->second);
     bind(sources, alias->getTarget().get());
   }
 }

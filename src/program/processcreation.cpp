@@ -360,6 +360,7 @@ bool FiltrixPrivate::createProcess(const std::string& name, const std::string& f
     return false;
   }
   // The scheduler asks for the processes itself, so it is told when no lock is held.
+  scheduler->rebuildJobs();  // also when what follows fails
   _noteNewProcess(process);
   scheduler->rebuildJobs();
   ku::log::verbose(category, "new filtrix process: \"{}\" priority: {} frequency: {} tolerance: {}", name,

@@ -132,11 +132,17 @@ bool FiltrixPrivate::renameSourceAlias(const std::string& alias, const std::stri
     return fail("Can't rename alias \"{}\": alias unknown.", alias);
   if (_isSourceNameTaken(newName))
     return fail("Can't rename alias \"{}\": \"{}\" is already in use.", alias, newName);
-  const auto node = entry->second;
-  aliases.erase(entry);
-  aliases.emplace(newName, node);
+  std::string key = newName;
   for (auto& [target, names] : aliasTargets)
     std::ranges::replace(names, alias, newName);
+  auto node = aliases.extract(entry);
+  node.key() = std::move(key);
+  aliases.insert(std::move(node));
+  if (auto bound = boundSources.extract(alias))
+  {
+    bound.key() = newName;
+    boundSources.insert(std::move(bound));
+  }
   return true;
 }
 

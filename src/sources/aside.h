@@ -7,7 +7,9 @@
 #include <chrono>
 #include <future>
 #include <memory>
+#include <optional>
 #include <stdexcept>
+#include <string>
 #include <type_traits>
 #include <utility>
 
@@ -30,24 +32,38 @@ template <typename Job>
 }
 
 /// Asks a service something and waits for the answer, but not longer than `answerPatience`: then, and when it throws,
-/// a std::exception leaves here. What the question uses must be its own, since it may outlive the caller.
+/// a std::runtime_error leaves here. What the question uses must be its own, since it may outlive the caller.
 template <typename Question>
 [[nodiscard]] std::invoke_result_t<Question> ask(const char* what, Question question)
 {
-  auto answer = runAside(std::move(question));
+  // The reason crosses as text, so that no exception is shared by two threads.
+  struct Answer
+  {
+    std::optional<std::invoke_result_t<Question>> value;
+    std::string error;
+  };
+
+  auto answer = runAside(
+      [what, question = std::move(question)]() -> Answer
+      {
+        try
+        {
+          return {question(), {}};
+        }
+        catch (const std::exception& exception)
+        {
+          return {std::nullopt, exception.what()};
+        }
+        catch (...)
+        {
+          return {std::nullopt, fmt::format("{} threw what is no std::exception", what)};
+        }
+      });
   if (answer.wait_for(answerPatience) != std::future_status::ready)
     throw std::runtime_error(fmt::format("{} gave no answer for {} s", what, answerPatience.count()));
-  try
-  {
-    return answer.get();
-  }
-  catch (const std::exception&)
-  {
-    throw;
-  }
-  catch (...)
-  {
-    throw std::runtime_error(fmt::format("{} threw what is no std::exception", what));
-  }
+  Answer given = answer.get();
+  if (!given.value)
+    throw std::runtime_error(given.error);
+  return *std::move(given.value);
 }
 }  // namespace ZR::Filtrix
