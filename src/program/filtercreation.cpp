@@ -212,6 +212,11 @@ bool FiltrixPrivate::addFilter(const FilterPtr& filter)
   }
   filter->setMemoryManager(&memoryManager);
   const std::lock_guard lock(filterMutex);
+  if (const std::string reason = _noRoomForFilter(0); !reason.empty())
+  {
+    ku::log::error(category, "addFilter(\"{}\"): {}", filter->getName().substr(0, Limits::nameBytes), reason);
+    return false;
+  }
   if (filter->getName().size() > Limits::nameBytes || !filters.emplace(filter->getName(), filter).second)
   {
     ku::log::error(category, "addFilter(\"{}\"): A filter with the name \"{}\" already exists.", filter->getName(),
@@ -235,8 +240,9 @@ bool FiltrixPrivate::createFilter(const FilterDeclaration& declaration)
     const auto composite = std::make_shared<FilterComposite>(declaration.name);
     const FilterCost cost = _composeFilter(declaration, *composite);
     composite->setMemoryManager(&memoryManager);
-    filters[declaration.name] = composite;
     filterCosts[declaration.name] = cost;
+    filters[declaration.name] = composite;
+    pieceCount += cost.pieces;
     return true;
   }
   catch (const BuildError& error)
@@ -245,6 +251,16 @@ bool FiltrixPrivate::createFilter(const FilterDeclaration& declaration)
                    error.what());
     return false;
   }
+}
+
+std::string FiltrixPrivate::_noRoomForFilter(std::size_t pieces) const
+{
+  if (filters.size() >= capacity.filters)
+    return fmt::format("There are {} filters, expected at most that many.", filters.size());
+  if (pieceCount + pieces > capacity.pieces)
+    return fmt::format("All composite filters together would have {} nodes and links, expected at most {}.",
+                       pieceCount + pieces, capacity.pieces);
+  return {};
 }
 
 FiltrixPrivate::FilterCost FiltrixPrivate::_composeFilter(const FilterDeclaration& declaration,
@@ -258,7 +274,9 @@ FiltrixPrivate::FilterCost FiltrixPrivate::_composeFilter(const FilterDeclaratio
     throw BuildError(fmt::format("A filter with the name \"{}\" already exists.", declaration.name),
                      declaration.origin);
 
-  FilterCost cost{0, 0, 0};
+  FilterCost cost{0, 0, 0, declaration.nodes.size() + declaration.links.size()};
+  if (const std::string reason = _noRoomForFilter(cost.pieces); !reason.empty())
+    throw BuildError(reason, declaration.origin);
   std::map<std::string, std::size_t> chains;
   for (const NodeDeclaration& node : declaration.nodes)
   {
@@ -365,7 +383,8 @@ bool FiltrixPrivate::deleteFilter(const std::string& name)
     return false;
   deleted = entry->second;
   filters.erase(entry);
-  filterCosts.erase(name);
+  if (const auto cost = filterCosts.extract(name))
+    pieceCount -= cost.mapped().pieces;
   return true;
 }
 

@@ -52,7 +52,8 @@ std::vector<std::string> dependenciesOf(const NodeSourcePtr& source)
 }
 }  // namespace
 
-FiltrixPrivate::FiltrixPrivate(std::uint32_t threadCount) : scheduler(std::make_shared<Scheduler>(*this, threadCount))
+FiltrixPrivate::FiltrixPrivate(std::uint32_t threadCount, const Capacity& capacity_)
+    : capacity(capacity_), scheduler(std::make_shared<Scheduler>(*this, threadCount))
 {
 }
 

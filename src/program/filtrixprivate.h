@@ -40,6 +40,16 @@ inline constexpr std::size_t importFiles = 256;
 inline constexpr std::size_t importBytes = std::size_t{16} << 20U;  ///< in one load, over all files
 }  // namespace Limits
 
+/// How much a registry holds, so that who loads programs without end is told before memory ends. What is deleted makes
+/// room.
+struct Capacity
+{
+  std::size_t filters = 20'000;
+  std::size_t pieces = 2'000'000;  ///< nodes and links of all composites
+  std::size_t sources = 100'000;   ///< aliases included; those within processes not
+  std::size_t processes = 20'000;
+};
+
 /// How a port is told to a caller.
 struct PortDescription
 {
@@ -59,7 +69,7 @@ struct PortDescription
 class FiltrixPrivate final : public ProcessRegistry, public LambdaFactory
 {
 public:
-  explicit FiltrixPrivate(std::uint32_t threadCount = 2);
+  explicit FiltrixPrivate(std::uint32_t threadCount = 2, const Capacity& capacity = {});
   ~FiltrixPrivate() override;
 
   // Programs.
@@ -207,6 +217,7 @@ private:
     std::size_t nodes = 1;
     std::size_t nesting = 0;
     std::size_t chain = 1;
+    std::size_t pieces = 0;  // of its own
   };
 
   [[nodiscard]] FilterPtr _findFilter(const std::string& name) const;
@@ -219,6 +230,8 @@ private:
   FilterCost _composeFilter(const FilterDeclaration& declaration, FilterComposite& composite) const;
   [[nodiscard]] NodeSourcePtr _lookUpSource(const std::string& name) const;
   [[nodiscard]] bool _isSourceNameTaken(const std::string& name) const;
+  [[nodiscard]] std::string _noRoomForFilter(std::size_t pieces) const;
+  [[nodiscard]] std::string _noRoomForSource() const;
   bool _addSinkEvent(const std::string& prefix, const std::string& sink, const std::shared_ptr<Event>& event);
   bool _addSourceEvent(std::string_view access, std::string_view unknown, const std::string& source,
                        const std::string& process, const std::shared_ptr<Event>& event);
@@ -229,10 +242,13 @@ private:
   void _updateZombies();
   void _keepAliveBehind(std::vector<ProcessPtr> live) const;
 
-  // Guards the three below. The last of the registry's locks.
+  const Capacity capacity;
+
+  // Guards the four below. The last of the registry's locks.
   mutable std::mutex filterMutex;
   std::map<std::string, FilterPtr> filters;
   std::map<std::string, FilterCost> filterCosts;
+  std::size_t pieceCount = 0;
   std::map<std::string, ClassifierLoader> classifierTypes;
 
   // Guards the two below; within the process lock.

@@ -337,6 +337,8 @@ bool FiltrixPrivate::createProcess(const std::string& name, const std::string& f
     const std::lock_guard lock(processMutex);
     if (processes.contains(name))
       throw ProcessError("a process with the name \"" + name + "\" already exists.", origin);
+    if (processes.size() >= capacity.processes)
+      throw ProcessError(fmt::format("there are {} processes, expected at most that many.", processes.size()), origin);
     builder.bindInputs(inputs);
     builder.bindOutputs(outputs);
     builder.aggregate(aggregatedOutputs);

@@ -76,6 +76,8 @@ bool FiltrixPrivate::createSource(const std::string& name, const NodeSourcePtr& 
   const std::scoped_lock lock(sourceMutex, aliasMutex);
   if (_isSourceNameTaken(name))
     return fail("createSource(\"{}\"): source already exists.{}", name, where);
+  if (const std::string reason = _noRoomForSource(); !reason.empty())
+    return fail("createSource(\"{}\"): {}{}", name, reason, where);
   if (origin)
     source->setOrigin(origin);
   sources.emplace(name, source);
@@ -92,6 +94,8 @@ bool FiltrixPrivate::createSourceFromProcessSink(const std::string& name, const 
   const std::scoped_lock lock(processMutex, sourceMutex, aliasMutex);
   if (_isSourceNameTaken(name))
     return fail("createSourceFromProcessSink(\"{}\"): source already exists.", name);
+  if (const std::string reason = _noRoomForSource(); !reason.empty())
+    return fail("createSourceFromProcessSink(\"{}\"): {}", name, reason);
   const std::string prefix = fmt::format("createSourceFromProcessSink(\"{}\", \"{}\"):", name, sink);
   if (sink.find(':') == std::string::npos)
     return fail("{}impossible to find the specified process sink. Please make sure to write the sink name as "
@@ -117,6 +121,8 @@ bool FiltrixPrivate::createSourceAlias(const std::string& alias, const std::stri
     return fail("Can't create alias \"{}\": source \"{}\" not found.", alias, target);
   if (_isSourceNameTaken(alias))
     return fail("Can't create alias \"{}\": source or alias is already present.", alias);
+  if (const std::string reason = _noRoomForSource(); !reason.empty())
+    return fail("Can't create alias \"{}\": {}", alias, reason);
   const auto node = std::make_shared<NodeSourceAlias>(alias);
   node->setTarget(source->second);
   aliases.emplace(alias, node);
@@ -408,5 +414,12 @@ NodeSourcePtr FiltrixPrivate::_lookUpSource(const std::string& name) const
 bool FiltrixPrivate::_isSourceNameTaken(const std::string& name) const
 {
   return sources.contains(name) || aliases.contains(name);
+}
+
+std::string FiltrixPrivate::_noRoomForSource() const
+{
+  const std::size_t held = sources.size() + aliases.size();
+  return held < capacity.sources ? std::string()
+                                 : fmt::format("there are {} sources, expected at most that many.", held);
 }
 }  // namespace ZR::Filtrix

@@ -511,6 +511,42 @@ TEST_F(RegistryTest, ProgramsCannotAskForTooMuch)
   EXPECT_TRUE(bench.load("source " + longName.substr(1) + " { } process " + longName.substr(1) + "(Dilation) { }"));
 }
 
+// Who loads without end is told before memory ends, and goes on once something is deleted.
+TEST(Registry, HoldsNoMoreThanItsCapacity)
+{
+  const ku::log::Capture log(ku::log::Level::Error);
+  FiltrixPrivate registry(1, {.filters = 3, .pieces = 8, .sources = 3, .processes = 2});
+  registry.addFilter(makeIncrement("Dilation"));
+
+  ASSERT_TRUE(registry.loadProgram("filter F { Dilation a; Dilation b; a -> b; a <= in; b => out; }"));
+  EXPECT_FALSE(registry.loadProgram("filter G { Dilation a; Dilation b; Dilation c; a -> b; b -> c; Dilation d; }"));
+  EXPECT_THAT(log.texts(),
+              Contains(HasSubstr("All composite filters together would have 9 nodes and links, expected at most 8.")));
+  ASSERT_TRUE(registry.loadProgram("filter G { }"));
+  EXPECT_FALSE(registry.loadProgram("filter H { }"));
+  EXPECT_THAT(log.texts(), Contains(HasSubstr("There are 3 filters, expected at most that many.")));
+  EXPECT_FALSE(registry.addFilter(makeIncrement("I")));
+  ASSERT_TRUE(registry.deleteFilter("G"));
+  EXPECT_TRUE(registry.loadProgram("filter H { Dilation a; }"));
+
+  ASSERT_TRUE(registry.loadProgram("source r { 1 } process p(F) { in <= r; out => o; }"));
+  ASSERT_TRUE(registry.createSourceAlias("s", "r"));
+  ASSERT_TRUE(registry.createSourceFromProcessSink("t", "p:o"));
+  EXPECT_FALSE(registry.createSource("u"));
+  EXPECT_FALSE(registry.createSourceAlias("u", "r"));
+  EXPECT_FALSE(registry.createSourceFromProcessSink("u", "p:o"));
+  EXPECT_EQ(log.texts().back(), "createSourceFromProcessSink(\"u\"): there are 3 sources, expected at most that many.");
+  ASSERT_TRUE(registry.deleteSource("t"));
+  EXPECT_TRUE(registry.createSource("u"));
+
+  ASSERT_TRUE(registry.loadProgram("process q(F) { in <= r; out => o; }"));
+  EXPECT_FALSE(registry.loadProgram("process r(F) { in <= r; out => o; }"));
+  EXPECT_THAT(log.texts(), Contains(HasSubstr("there are 2 processes, expected at most that many.")));
+  EXPECT_EQ(number(registry.getData("q:o")), 3) << "what is there goes on";
+  ASSERT_TRUE(registry.deleteProcess("p"));
+  EXPECT_TRUE(registry.loadProgram("process r(F) { in <= r; out => o; }"));
+}
+
 // Callers, programs and the scheduler at once: what is checked is that nothing breaks, and that the registry is sound
 // after.
 TEST_F(RegistryTest, ManyThreadsMayDoAnythingAtOnce)
