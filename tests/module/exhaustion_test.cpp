@@ -53,12 +53,19 @@ bool isRefused() noexcept
 }
 }  // namespace
 
-void* operator new(std::size_t size)
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
 {
   void* const block = isRefused() ? nullptr : std::malloc(size > 0 ? size : 1);
+  if (block != nullptr)
+    ++livingBlocks;
+  return block;
+}
+
+void* operator new(std::size_t size)
+{
+  void* const block = operator new(size, std::nothrow);
   if (block == nullptr)
     throw std::bad_alloc();
-  ++livingBlocks;
   return block;
 }
 
@@ -71,6 +78,11 @@ void operator delete(void* block) noexcept
 }
 
 void operator delete(void* block, std::size_t) noexcept
+{
+  operator delete(block);
+}
+
+void operator delete(void* block, const std::nothrow_t&) noexcept
 {
   operator delete(block);
 }

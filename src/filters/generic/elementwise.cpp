@@ -25,7 +25,7 @@ ElementwiseFilter::ElementwiseFilter(const std::string& name_, std::string_view 
 
 DataList ElementwiseFilter::applyFilter(const DataList& inputs, const ProcessKey&, const ProcessKey&, std::uint64_t)
 {
-  if (inputs.size() != 2 || !inputs[0] || typeOf(inputs[0]) != typeOf(inputs[1]))
+  if (inputs.size() != 2 || !inputs[0] || !inputs[1] || typeOf(inputs[0]) != typeOf(inputs[1]))
     return {};
   DataPtr result = _combine(*inputs[0], *inputs[1]);
   return result ? DataList{std::move(result)} : DataList{};
