@@ -127,7 +127,7 @@ DataList FilterComposite::applyFilter(const DataList& inputs, const ProcessKey& 
     ku::log::fatal(category, "{}->applyFilter(): missing input data", getName());
     return {};
   }
-  Port::setScopeValues(getInputs(), {inputs.data(), inputs.size()}, scopeKey.getHash());
+  Port::setScopeValues(getInputs(), inputs, scopeKey.getHash());
   DataList results;
   results.reserve(getOutputs().size());
   for (const PortPtr& output : getOutputs())

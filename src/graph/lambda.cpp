@@ -109,10 +109,7 @@ DataList Lambda::Lambda_p::run()
     node.synchronize(time, tolerance, key, key, 0);
   DataList results;
   for (const PortPtr& output : node.getOutputs())
-  {
-    results.push_back(node.requestData(key, key, 0, output));
-    node.synchronizeRelease(key, key, 0);
-  }
+    results.push_back(node.takeData(key, key, 0, output));
   guard.done();
   return results;
 }

@@ -85,19 +85,31 @@ void Node::synchronize(Time time, Duration tolerance, const ProcessKey& processK
   _synchronize(time, tolerance, processKey, scopeKey, depth);
 }
 
+DataPtr Node::takeData(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth,
+                       const PortPtr& outputPort)
+{
+  DataPtr value = requestData(processKey, scopeKey, depth, outputPort);
+  synchronizeRelease(processKey, scopeKey, depth);
+  return value;
+}
+
 void Node::synchronizeRelease(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth)
 {
-  const std::lock_guard lock(mutex);
+  _lower(processKey, scopeKey, [&] { _synchronizeRelease(processKey, scopeKey, depth); });
+}
+
+bool Node::_countDown(const ProcessKey& processKey, const ProcessKey& scopeKey)
+{
   std::int32_t* const count = synchronizeCounts.find(scopeKey.getHash());
   if (count == nullptr)
   {
     ku::log::fatal(category, "{}->synchronizeRelease({}): Invalid release on process {}{}", name, processKey.getName(),
                    processKey.getName(), originText());
-    return;
+    return false;
   }
   if (--*count == 0)
     synchronizeCounts.erase(scopeKey.getHash());
-  _synchronizeRelease(processKey, scopeKey, depth);
+  return true;
 }
 
 void Node::abandonRun(const ProcessKey& processKey, const ProcessKey& scopeKey, RecoveryWalk& walk)

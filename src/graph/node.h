@@ -3,6 +3,7 @@
 #include "filtrix/data.h"
 #include "graph/origin.h"
 #include "graph/port.h"
+#include "graph/processkey.h"
 #include "graph/scopetable.h"
 
 #include <atomic>
@@ -14,7 +15,6 @@
 
 namespace ZR::Filtrix
 {
-class ProcessKey;
 class RecoveryWalk;
 
 /// A vertex of the graph that a process pulls values through.
@@ -43,11 +43,27 @@ public:
   virtual void requestEmpty(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth,
                             const PortPtr& outputPort) = 0;
 
+  /// `requestData` and right after it `synchronizeRelease`: what a consumer does. A node may do both at once.
+  virtual DataPtr takeData(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth,
+                           const PortPtr& outputPort);
+
 protected:
   /// Called on every synchronize and on every release, under the node's mutex.
   virtual void _synchronize(Time time, Duration tolerance, const ProcessKey& processKey, const ProcessKey& scopeKey,
                             std::uint64_t depth);
   virtual void _synchronizeRelease(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth);
+
+  /// Lowers this scope's count by one and calls `act`, both under the node's mutex. False, and a line of the log, when
+  /// the count is not raised.
+  template <typename Act>
+  bool _lower(const ProcessKey& processKey, const ProcessKey& scopeKey, const Act& act)
+  {
+    const std::lock_guard lock(mutex);
+    if (!_countDown(processKey, scopeKey))
+      return false;
+    act();
+    return true;
+  }
 
 public:
   /// Raises this scope's count by one. The first time it walks on to the nodes upstream.
@@ -79,6 +95,8 @@ public:
   [[nodiscard]] std::size_t getActiveScopes() const;
 
 private:
+  bool _countDown(const ProcessKey& processKey, const ProcessKey& scopeKey);
+
   const std::string name;
   PortLists ports;
 
@@ -92,4 +110,19 @@ private:
 };
 
 using NodePtr = std::shared_ptr<Node>;
+
+// Here, and not out of line with the port's other operations: each hop of each run returns through it, and the
+// processor foresees only some dozens of returns in a row.
+inline DataPtr Port::takeData(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth)
+{
+  Node* const source = links.size() == 1 && links.front() ? links.front()->getNode() : nullptr;
+  if (source == nullptr || _findScopeValue(scopeKey.getHash(), nullptr))
+  {
+    DataPtr value = requestData(processKey, scopeKey, depth);
+    synchronizeRelease(processKey, scopeKey, depth);
+    return value;
+  }
+  DataPtr value = source->takeData(processKey, scopeKey, depth + 1, links.front());
+  return value ? value : getDefaultValue();
+}
 }  // namespace ZR::Filtrix

@@ -50,7 +50,7 @@ public:
   ~Computation()
   {
     if (!finished)
-      _end(nullptr, NodeReport::Outcome::Exception, nullptr);
+      _end(nullptr, NodeReport::Outcome::Exception, nullptr, false);
   }
 
   // Applies the filter; its time counts `weight` times.
@@ -69,16 +69,23 @@ public:
   // Takes the results; null for none.
   void finish(DataList* results, NodeReport::Outcome outcome, const Port* missing)
   {
-    _end(results, outcome, missing);
+    _end(results, outcome, missing, true);
+    finished = true;
+  }
+
+  // Nobody will ask for the results again.
+  void finishForLast(NodeReport::Outcome outcome)
+  {
+    _end(nullptr, outcome, nullptr, false);
     finished = true;
   }
 
 private:
-  void _end(DataList* results, NodeReport::Outcome outcome, const Port* missing)
+  void _end(DataList* results, NodeReport::Outcome outcome, const Port* missing, bool areKept)
   {
     const std::lock_guard lock(node.tableLock);
     scope.runner = std::thread::id();
-    if (outcome != NodeReport::Outcome::Exception && !scope.hasResults)
+    if (areKept && !scope.hasResults)
     {
       if (results != nullptr)
         scope.results.take(*results);
@@ -148,10 +155,10 @@ NodeFilter::~NodeFilter()
 {
   std::string text;
   scopes.forEach(
-      [&](std::uint32_t hash, const std::unique_ptr<Scope>& scope)
+      [&](std::uint32_t hash, const Scope& scope)
       {
-        if (scope->count != 0)
-          text += fmt::format("\n  process: {}, count: {}", hash, scope->count);
+        if (scope.count != 0)
+          text += fmt::format("\n  process: {}, count: {}", hash, scope.count);
       });
   if (!text.empty())
     ku::log::write(ku::log::Level::Fatal, category,
@@ -195,8 +202,7 @@ void NodeFilter::_synchronizeRelease(const ProcessKey& processKey, const Process
   Results dropped;  // outlives the lock: the last share in a large value may end with it
   {
     const std::lock_guard lock(tableLock);
-    auto* const entry = scopes.find(scopeKey.getHash());
-    scope = entry != nullptr ? entry->get() : nullptr;
+    scope = scopes.find(scopeKey.getHash());
     if (scope != nullptr && scope->count == 1)
     {
       scope->hasResults = false;
@@ -205,6 +211,12 @@ void NodeFilter::_synchronizeRelease(const ProcessKey& processKey, const Process
         dropped.others.swap(scope->results.others);
     }
   }
+  _leave(scope, processKey, depth);
+}
+
+// Under the node's mutex, without the table's lock.
+void NodeFilter::_leave(Scope* scope, const ProcessKey& processKey, std::uint64_t depth)
+{
   if (scope == nullptr || scope->count == 0)
   {
     _logError("_synchronizeRelease", processKey, "Invalid release on process " + processKey.getName());
@@ -216,8 +228,92 @@ void NodeFilter::_synchronizeRelease(const ProcessKey& processKey, const Process
   filter->filterSynchronizeRelease(processKey, scope->innerKey, depth);
 }
 
-DataPtr NodeFilter::requestData(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth,
-                                const PortPtr& outputPort)
+// Which of the outputs the port stands for: itself, or one up its chain.
+inline std::optional<std::size_t> NodeFilter::_indexOf(const Port* outputPort) const noexcept
+{
+  const PortList& outputs = getOutputs();
+  if (!outputs.empty() && outputs.front().get() == outputPort)
+    return 0;
+  for (const Port* port = outputPort; port != nullptr; port = port->getParent().get())
+  {
+    for (std::size_t i = 0; i < outputs.size(); ++i)
+    {
+      if (outputs[i].get() == port)
+        return i;
+    }
+  }
+  return std::nullopt;
+}
+
+// For how many applications the time of the next one stands; 0: it is not to be timed.
+inline std::uint64_t NodeFilter::_timingWeight() const
+{
+  if (figures.calls == 0 || figures.time > timedAlways * static_cast<std::int64_t>(figures.calls))
+    return 1;
+  return figures.calls % sampling == 0 ? sampling : 0;
+}
+
+// Serves a request from the results, or opens their computation. An empty request (no output port) wants no value.
+inline NodeFilter::Request NodeFilter::_begin(const ProcessKey& scopeKey, const PortPtr* outputPort, DataPtr* value,
+                                              Scope** entry, std::uint64_t* weight)
+{
+  const std::lock_guard lock(tableLock);
+  Scope& scope = _scope(scopeKey);
+  if (scope.hasResults)
+  {
+    if (outputPort != nullptr)
+    {
+      const auto index = _indexOf(outputPort->get());
+      if (const DataPtr* const result = index ? scope.results.find(*index) : nullptr)
+        *value = *result;
+      if (NodeReport* const report = reports.find(scopeKey.getHash()))
+        ++report->reuses;
+    }
+    return Request::Served;
+  }
+  if (scope.runner == std::this_thread::get_id())
+    return Request::Ring;
+  scope.runner = std::this_thread::get_id();
+  *entry = &scope;
+  if (weight != nullptr)
+    *weight = _timingWeight();
+  return Request::Compute;
+}
+
+// Reads every input in order. After the first required one without a value the others are only passed by.
+[[gnu::always_inline]] inline bool NodeFilter::_gatherInputs(const ProcessKey& processKey, const ProcessKey& scopeKey,
+                                                             std::uint64_t depth, DataList* values,
+                                                             const Port** missing)
+{
+  values->reserve(getInputs().size());
+  for (const PortPtr& input : getInputs())
+  {
+    DataPtr value;
+    if (*missing == nullptr)
+    {
+      value = input->takeData(processKey, scopeKey, depth + 1);
+      if (!value)
+        value = input->getDefaultValue();
+      if (!value && !input->isOptional())
+        *missing = input.get();
+    }
+    else
+    {
+      input->requestEmpty(processKey, scopeKey, depth + 1);
+      input->synchronizeRelease(processKey, scopeKey, depth + 1);
+    }
+    values->push_back(std::move(value));
+  }
+  return *missing == nullptr;
+}
+
+// Serves or computes. Who has computed and takes (`released` is not null) gives back the count in the same section, and
+// the last of all consumers gets the value itself instead of a share in what is kept.
+//
+// This and what it calls is one frame a hop by force. A run returns through all hops in a row, and the processor
+// foresees only some dozens of returns: with four frames a hop a chain of 100 took half as long again.
+[[gnu::always_inline]] inline DataPtr NodeFilter::_pull(const ProcessKey& processKey, const ProcessKey& scopeKey,
+                                                        std::uint64_t depth, const PortPtr& outputPort, bool* released)
 {
   if (!outputPort)
   {
@@ -250,10 +346,45 @@ DataPtr NodeFilter::requestData(const ProcessKey& processKey, const ProcessKey& 
     return nullptr;
   }
   DataList results = computation.apply(inputs, processKey, depth, weight);
-  if (const auto index = _indexOf(outputPort.get()); index && *index < results.size())
-    value = results[*index];
   const auto outcome = hasValue(results) ? NodeReport::Outcome::Computed : NodeReport::Outcome::ReturnedNothing;
+  const auto index = _indexOf(outputPort.get());
+  DataPtr* const wanted = index && *index < results.size() ? &results[*index] : nullptr;
+  if (released != nullptr)
+  {
+    *released = true;
+    const auto finish = [&]
+    {
+      const bool isLast = scope->count == 1;
+      if (wanted != nullptr)
+        value = isLast ? std::move(*wanted) : *wanted;
+      if (isLast)
+        computation.finishForLast(outcome);
+      else
+        computation.finish(&results, outcome, nullptr);
+      _leave(scope, processKey, depth);
+    };
+    if (_lower(processKey, scopeKey, finish))
+      return value;
+  }
+  if (wanted != nullptr)
+    value = *wanted;
   computation.finish(&results, outcome, nullptr);
+  return value;
+}
+
+DataPtr NodeFilter::requestData(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth,
+                                const PortPtr& outputPort)
+{
+  return _pull(processKey, scopeKey, depth, outputPort, nullptr);
+}
+
+DataPtr NodeFilter::takeData(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth,
+                             const PortPtr& outputPort)
+{
+  bool released = false;
+  DataPtr value = _pull(processKey, scopeKey, depth, outputPort, &released);
+  if (!released)
+    synchronizeRelease(processKey, scopeKey, depth);
   return value;
 }
 
@@ -283,21 +414,20 @@ void NodeFilter::dropRun(const ProcessKey& processKey, const ProcessKey& scopeKe
   if (auto* const scoped = dynamic_cast<RunScoped*>(filter.get()))
     scoped->dropRun(processKey, makeInnerKey(scopeKey), walk);
   const std::lock_guard lock(tableLock);
-  auto* const entry = scopes.find(scopeKey.getHash());
-  if (entry == nullptr)
+  Scope* const scope = scopes.find(scopeKey.getHash());
+  if (scope == nullptr)
     return;
-  Scope& scope = **entry;
-  if (scope.count > 0)
+  if (scope->count > 0)
     --activeScopes;
-  if (scope.runner == std::thread::id())
+  if (scope->runner == std::thread::id())
   {
     scopes.erase(scopeKey.getHash());
     return;
   }
   // Another process whose name has the same hash is at work in it.
-  scope.count = 0;
-  scope.hasResults = false;
-  scope.results.clear();
+  scope->count = 0;
+  scope->hasResults = false;
+  scope->results.clear();
 }
 
 void NodeFilter::keepReports(bool on)
@@ -321,90 +451,9 @@ NodeFigures NodeFilter::getFigures() const
   return figures;
 }
 
-// Serves a request from the results, or opens their computation. An empty request (no output port) wants no value.
-NodeFilter::Request NodeFilter::_begin(const ProcessKey& scopeKey, const PortPtr* outputPort, DataPtr* value,
-                                       Scope** entry, std::uint64_t* weight)
-{
-  const std::lock_guard lock(tableLock);
-  Scope& scope = _scope(scopeKey);
-  if (scope.hasResults)
-  {
-    if (outputPort != nullptr)
-    {
-      const auto index = _indexOf(outputPort->get());
-      if (const DataPtr* const result = index ? scope.results.find(*index) : nullptr)
-        *value = *result;
-      if (NodeReport* const report = reports.find(scopeKey.getHash()))
-        ++report->reuses;
-    }
-    return Request::Served;
-  }
-  if (scope.runner == std::this_thread::get_id())
-    return Request::Ring;
-  scope.runner = std::this_thread::get_id();
-  *entry = &scope;
-  if (weight != nullptr)
-    *weight = _timingWeight();
-  return Request::Compute;
-}
-
-// For how many applications the time of the next one stands; 0: it is not to be timed.
-std::uint64_t NodeFilter::_timingWeight() const
-{
-  if (figures.calls == 0 || figures.time > timedAlways * static_cast<std::int64_t>(figures.calls))
-    return 1;
-  return figures.calls % sampling == 0 ? sampling : 0;
-}
-
-// Reads every input in order. After the first required one without a value the others are only passed by.
-bool NodeFilter::_gatherInputs(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth,
-                               DataList* values, const Port** missing)
-{
-  values->reserve(getInputs().size());
-  for (const PortPtr& input : getInputs())
-  {
-    DataPtr value;
-    if (*missing == nullptr)
-    {
-      value = input->requestData(processKey, scopeKey, depth + 1);
-      if (!value)
-        value = input->getDefaultValue();
-      if (!value && !input->isOptional())
-        *missing = input.get();
-    }
-    else
-    {
-      input->requestEmpty(processKey, scopeKey, depth + 1);
-    }
-    values->push_back(std::move(value));
-    input->synchronizeRelease(processKey, scopeKey, depth + 1);
-  }
-  return *missing == nullptr;
-}
-
-// Which of the outputs the port stands for: itself, or one up its chain.
-std::optional<std::size_t> NodeFilter::_indexOf(const Port* outputPort) const noexcept
-{
-  const PortList& outputs = getOutputs();
-  if (!outputs.empty() && outputs.front().get() == outputPort)
-    return 0;
-  for (const Port* port = outputPort; port != nullptr; port = port->getParent().get())
-  {
-    for (std::size_t i = 0; i < outputs.size(); ++i)
-    {
-      if (outputs[i].get() == port)
-        return i;
-    }
-  }
-  return std::nullopt;
-}
-
 NodeFilter::Scope& NodeFilter::_makeScope(const ProcessKey& scopeKey)
 {
-  auto scope = std::make_unique<Scope>(makeInnerKey(scopeKey));
-  auto& entry = *scopes.insert(scopeKey.getHash()).first;
-  entry = std::move(scope);
-  return *entry;
+  return scopes.emplace(scopeKey.getHash(), makeInnerKey(scopeKey));
 }
 
 // Called when many scopes are kept and another one comes: those of processes that are gone would stay for ever.
@@ -414,9 +463,9 @@ void NodeFilter::_forgetIdleScopes()
     return;
   std::vector<std::uint32_t> idle;
   scopes.forEach(
-      [&](std::uint32_t hash, const std::unique_ptr<Scope>& scope)
+      [&](std::uint32_t hash, const Scope& scope)
       {
-        if (scope->count == 0 && scope->runner == std::thread::id())
+        if (scope.count == 0 && scope.runner == std::thread::id())
           idle.push_back(hash);
       });
   for (const std::uint32_t hash : idle)

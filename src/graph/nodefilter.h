@@ -52,6 +52,8 @@ public:
                       const PortPtr& outputPort) override;
   void requestEmpty(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth,
                     const PortPtr& outputPort) override;
+  DataPtr takeData(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth,
+                   const PortPtr& outputPort) override;
   void dropRun(const ProcessKey& processKey, const ProcessKey& scopeKey, RecoveryWalk& walk) override;
 
   [[nodiscard]] const FilterPtr& getFilter() const noexcept { return filter; }
@@ -111,6 +113,9 @@ private:
     Ring
   };
 
+  DataPtr _pull(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth,
+                const PortPtr& outputPort, bool* released);
+  void _leave(Scope* scope, const ProcessKey& processKey, std::uint64_t depth);
   Request _begin(const ProcessKey& scopeKey, const PortPtr* outputPort, DataPtr* value, Scope** entry,
                  std::uint64_t* weight);
   [[nodiscard]] std::uint64_t _timingWeight() const;
@@ -121,8 +126,8 @@ private:
   // The entry of a scope, made with its inner key when it is new.
   Scope& _scope(const ProcessKey& scopeKey)
   {
-    auto* const entry = scopes.find(scopeKey.getHash());
-    return entry != nullptr ? **entry : _makeScope(scopeKey);
+    Scope* const scope = scopes.find(scopeKey.getHash());
+    return scope != nullptr ? *scope : _makeScope(scopeKey);
   }
 
   Scope& _makeScope(const ProcessKey& scopeKey);
@@ -135,7 +140,7 @@ private:
 
   // Guards what is below. Taken within the node's mutex, held for a few instructions: never across a pull or a filter.
   mutable ku::SpinLock tableLock;
-  ScopeTable<std::unique_ptr<Scope>> scopes;
+  StableScopeTable<Scope> scopes;
   std::size_t activeScopes = 0;
   ScopeTable<NodeReport> reports;
   NodeFigures figures;

@@ -13,8 +13,7 @@ DataPtr NodeSink::requestData(const ProcessKey& processKey, const ProcessKey& sc
                               const PortPtr&)
 {
   Port& input = *getInput();
-  DataPtr value = input.requestData(processKey, scopeKey, depth + 1);
-  input.synchronizeRelease(processKey, scopeKey, depth + 1);
+  DataPtr value = input.takeData(processKey, scopeKey, depth + 1);
   synchronizeRelease(processKey, scopeKey, depth);
   {
     const std::lock_guard lock(mutex);

@@ -133,7 +133,7 @@ void Port::synchronizeRelease(const ProcessKey& processKey, const ProcessKey& sc
     source->synchronizeRelease(processKey, scopeKey, depth + 1);
 }
 
-void Port::setScopeValues(std::span<const PortPtr> ports, std::span<const DataPtr> values, std::uint32_t scopeHash)
+void Port::setScopeValues(const PortList& ports, const DataList& values, std::uint32_t scopeHash)
 {
   const std::lock_guard lock(scopeValueMutex);
   for (std::size_t i = 0; i < ports.size(); ++i)
@@ -148,7 +148,7 @@ void Port::setScopeValues(std::span<const PortPtr> ports, std::span<const DataPt
   }
 }
 
-void Port::eraseScopeValues(std::span<const PortPtr> ports, std::uint32_t scopeHash)
+void Port::eraseScopeValues(const PortList& ports, std::uint32_t scopeHash)
 {
   const std::lock_guard lock(scopeValueMutex);
   for (const PortPtr& first : ports)

@@ -4,10 +4,11 @@
 #include "graph/origin.h"
 #include "graph/scopetable.h"
 
+#include <boost/container/small_vector.hpp>
+
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -18,7 +19,7 @@ class Port;
 class ProcessKey;
 
 using PortPtr = std::shared_ptr<Port>;
-using PortList = std::vector<PortPtr>;
+using PortList = boost::container::small_vector<PortPtr, 1>;
 
 /// The ports of a node or a filter.
 struct PortLists
@@ -92,6 +93,9 @@ public:
   /// default; null when there is none.
   [[nodiscard]] DataPtr requestData(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth);
 
+  /// `requestData` and right after it `synchronizeRelease`. Defined with the node.
+  [[nodiscard]] DataPtr takeData(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth);
+
   /// Tells the linked node that nobody will use its value in this run.
   void requestEmpty(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth);
 
@@ -101,8 +105,8 @@ public:
   // Values that a composite was given for its exposed inputs.
 
   /// Sets, for a scope, the values of `ports` and of every port up their chains, `values[i]` for `ports[i]`.
-  static void setScopeValues(std::span<const PortPtr> ports, std::span<const DataPtr> values, std::uint32_t scopeHash);
-  static void eraseScopeValues(std::span<const PortPtr> ports, std::uint32_t scopeHash);
+  static void setScopeValues(const PortList& ports, const DataList& values, std::uint32_t scopeHash);
+  static void eraseScopeValues(const PortList& ports, std::uint32_t scopeHash);
 
 private:
   [[nodiscard]] const Port& _root() const noexcept;

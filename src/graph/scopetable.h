@@ -2,6 +2,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -165,5 +167,59 @@ private:
   Slot first;
   std::vector<Slot> slots;  // none or a power of two, never full
   std::size_t used = 0;     // of the slots
+};
+
+/// The same for values that stay where they are until they are erased.
+template <typename Value>
+class StableScopeTable final
+{
+public:
+  [[nodiscard]] std::size_t size() const noexcept { return others.size() + (first ? 1 : 0); }
+
+  [[nodiscard]] Value* find(std::uint32_t hash) noexcept
+  {
+    if (first && firstHash == hash)
+      return &*first;
+    auto* const entry = others.find(hash);
+    return entry != nullptr ? entry->get() : nullptr;
+  }
+
+  /// Makes the value of a hash that has none.
+  template <typename... Args>
+  Value& emplace(std::uint32_t hash, Args&&... args)
+  {
+    if (!first)
+    {
+      first.emplace(std::forward<Args>(args)...);
+      firstHash = hash;
+      return *first;
+    }
+    auto value = std::make_unique<Value>(std::forward<Args>(args)...);
+    auto& entry = *others.insert(hash).first;
+    entry = std::move(value);
+    return *entry;
+  }
+
+  void erase(std::uint32_t hash) noexcept
+  {
+    if (first && firstHash == hash)
+      first.reset();
+    else
+      others.erase(hash);
+  }
+
+  /// Calls `visit(hash, value)` for each entry, in no particular order; it must not insert or erase.
+  template <typename Visit>
+  void forEach(Visit&& visit)
+  {
+    if (first)
+      visit(firstHash, *first);
+    others.forEach([&](std::uint32_t hash, const std::unique_ptr<Value>& value) { visit(hash, *value); });
+  }
+
+private:
+  std::uint32_t firstHash = 0;
+  std::optional<Value> first;
+  ScopeTable<std::unique_ptr<Value>> others;
 };
 }  // namespace ZR::Filtrix

@@ -54,12 +54,12 @@ TEST_F(PortTest, AScopeValueWinsOverLinkAndDefaultAndMayBeNull)
   port->setParent(root);
   port->setDefaultValue(makeData(3));
   const PortList ports{port};
-  const std::vector<DataPtr> values{makeData(5)};
+  const DataList values{makeData(5)};
   Port::setScopeValues(ports, values, key.getHash());
   EXPECT_EQ(number(port->requestData(key, key, 0)), 5);
   EXPECT_EQ(number(root->requestData(key, key, 0)), 5) << "every port up the chain has it";
   EXPECT_EQ(number(port->requestData(key, ProcessKey("other"), 0)), 3) << "only in its scope";
-  const std::vector<DataPtr> nothing{nullptr};
+  const DataList nothing{nullptr};
   Port::setScopeValues(ports, nothing, key.getHash());
   EXPECT_EQ(port->requestData(key, key, 0), nullptr);
   Port::eraseScopeValues(ports, key.getHash());
