@@ -36,7 +36,7 @@ std::optional<double> errorOf(const PersonTruth& person, const PersonView& view)
   if (!view.distance || !view.bearing)
     return std::nullopt;
   const double bearing = static_cast<double>(*view.bearing) / 57.29578;
-  const double distance = *view.distance;
+  const double distance = static_cast<double>(*view.distance);
   return std::hypot(distance * std::cos(bearing) - static_cast<double>(person.world.x),
                     distance * std::sin(bearing) - static_cast<double>(person.world.y));
 }
@@ -49,7 +49,7 @@ double share(int part, int whole, double ofNothing)
 
 bool isCounted(const PersonTruth& person)
 {
-  const double distance = person.distance;
+  const double distance = static_cast<double>(person.distance);
   return distance >= nearest && distance <= farthest && person.visible >= leastVisible && person.headIsVisible;
 }
 
@@ -262,7 +262,7 @@ private:
     figures.misses += view == nullptr ? 1 : 0;
     for (std::size_t band = 0; band + 1 < Figures::bands.size(); ++band)
     {
-      const double distance = person.distance;
+      const double distance = static_cast<double>(person.distance);
       if (distance >= Figures::bands[band] && distance <= Figures::bands[band + 1])
       {
         figures.detection[band].add(true, view != nullptr);
