@@ -179,7 +179,11 @@ INSTANTIATE_TEST_SUITE_P(
                 "cameraMatrix: !!opencv-matrix\n   rows: 3\n   cols: 3\n   dt: f\n"
                 "   data: [ .Nan, 1., 1., 1., 1., 1., 1., 1., 1. ]\n",
                 "expected finite numbers"},
-        BadFile{"NotYaml", "width", "<<<>>>\n", "rror"},
+        BadFile{"NotYaml", "width", "<<<>>>\n", "expected one YAML document"},
+        BadFile{"NotYamlLater", "height", "<<<>>>\n", "rror"},
+        BadFile{"KeysThatDoNotStartTheirLines", "width", "   width: 640\n--- : 2\n", "came \"   width: 640\""},
+        BadFile{"AnotherDocument", "height", "--- - 3\nheight: 480\n", "came \"--- - 3\""},
+        BadFile{"MoreBehindTheEnd", "height", "height: 480\n...\n- 3\n", "came \"- 3\""},
         BadFile{"DeepBrackets", "width", "width: " + repeat("[", 200'000) + "\n", "levels of nesting"},
         BadFile{"DeepLists", "width", "width:\n  " + repeat("- ", 200'000) + "\n", "levels of nesting"},
         BadFile{"DeepKeys", "width", "width:\n  " + repeat("a: ", 200'000) + "\n", "levels of nesting"},

@@ -8,6 +8,7 @@
 #include <opencv2/core/persistence.hpp>
 
 #include <algorithm>
+#include <cctype>
 #include <sstream>
 #include <stdexcept>
 #include <string_view>
@@ -22,6 +23,7 @@ constexpr const char* category = "vision.calibration";
 constexpr std::size_t largestFile = std::size_t{1} << 20U;
 constexpr int deepestNesting = 32;
 constexpr int largestSide = 16384;
+constexpr std::size_t longestQuote = 40;
 
 constexpr int cvMat32 = CV_32FC1;
 constexpr int cvMat64 = CV_64FC1;
@@ -65,6 +67,43 @@ void requireShallow(const std::string& text)
     deepest = std::max(deepest, blockDepthOf(line));
   if (deepest > deepestNesting)
     throw std::runtime_error(fmt::format("expected at most {} levels of nesting, came {}", deepestNesting, deepest));
+}
+
+// What a line of YAML holds: without its end, spaces and a comment that fills it. The reader takes a carriage return
+// for the end of a line too.
+std::string_view contentOf(std::string_view line)
+{
+  line = line.substr(0, line.find('\r'));
+  const std::size_t end = line.find_last_not_of(" \t");
+  line = line.substr(0, end == std::string_view::npos ? 0 : end + 1);
+  const std::size_t begin = line.find_first_not_of(' ');
+  return begin == std::string_view::npos || line[begin] == '#' ? std::string_view() : line;
+}
+
+// One document of keys that start their lines. Behind the end of a first document the reader looks for the mark of the
+// next one, and looks for ever when it comes upon another '-' there.
+void requireOneDocument(const std::string& text)
+{
+  bool isMarked = false;
+  bool hasBegun = false;
+  bool hasEnded = false;
+  std::istringstream lines(text);
+  for (std::string whole; std::getline(lines, whole);)
+  {
+    const std::string_view line = contentOf(whole);
+    if (line.empty() || (!hasBegun && !isMarked && line.front() == '%'))
+      continue;
+    const bool marks = !hasBegun && !isMarked && line == "---";
+    const bool ends = hasBegun && !hasEnded && line == "...";
+    const bool isKey = std::isalnum(static_cast<unsigned char>(line.front())) != 0 || line.front() == '_';
+    if (hasEnded || !(marks || ends || hasBegun || isKey) ||
+        (!marks && !ends && (line.starts_with("---") || line.starts_with("..."))))
+      throw std::runtime_error(fmt::format("expected one YAML document of keys that start their lines, came \"{}\"",
+                                           line.substr(0, longestQuote)));
+    isMarked = isMarked || marks;
+    hasEnded = ends;
+    hasBegun = hasBegun || !marks;
+  }
 }
 
 // A text or a number that is too large would come out of the reader as some number all the same.
@@ -132,6 +171,7 @@ std::vector<Shape> distortionShapes()
 Calibration parse(const std::string& text)
 {
   requireShallow(text);
+  requireOneDocument(text);
   const cv::FileStorage file(text, cv::FileStorage::READ | cv::FileStorage::MEMORY | cv::FileStorage::FORMAT_YAML);
   Calibration read;
   read.width = readSide(file, "width");
