@@ -7,6 +7,9 @@
 
 #include <boost/container/small_vector.hpp>
 
+#include <concepts>
+#include <cstddef>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -40,7 +43,30 @@ using DataArray = std::vector<DataPtr>;
 
 /// The inputs or the outputs of a filter, in port order; null stands for no value. A filter with at most four ports on
 /// a side costs no allocation for it.
-using DataList = boost::container::small_vector<DataPtr, 4>;
+///
+/// Values listed in braces are moved in, where an initializer list would copy each: a filter's `return {makeData(x)}`
+/// then counts no share.
+class DataList : public boost::container::small_vector<DataPtr, 4>
+{
+public:
+  DataList() noexcept = default;
+
+  /// That many times the value, null unless it is given.
+  explicit DataList(std::size_t count, const DataPtr& value = nullptr) : small_vector(count, value) {}
+
+  template <std::input_iterator Iterator>
+  DataList(Iterator begin, Iterator end) : small_vector(begin, end)
+  {
+  }
+
+  template <std::convertible_to<DataPtr> First, std::convertible_to<DataPtr>... Others>
+  DataList(First&& first, Others&&... others)
+  {
+    reserve(1 + sizeof...(Others));
+    emplace_back(std::forward<First>(first));
+    (emplace_back(std::forward<Others>(others)), ...);
+  }
+};
 
 struct NoPayload;
 struct OpaquePayload;

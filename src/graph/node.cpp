@@ -31,12 +31,6 @@ public:
 private:
   std::atomic<std::thread::id>& mark;
 };
-
-Node* linkedNode(const PortPtr& input)
-{
-  const PortList& links = input->getLinks();
-  return links.empty() || !links.front() ? nullptr : links.front()->getNode();
-}
 }  // namespace
 
 Node::Node(std::string name_) : name(std::move(name_)) {}
@@ -77,7 +71,7 @@ void Node::synchronize(Time time, Duration tolerance, const ProcessKey& processK
   {
     for (const PortPtr& input : ports.inputs)
     {
-      if (Node* const upstream = linkedNode(input))
+      if (Node* const upstream = input->getFirstLinkedNode())
         upstream->synchronize(time, tolerance, processKey, scopeKey, depth + 1);
     }
   }
@@ -98,18 +92,10 @@ void Node::synchronizeRelease(const ProcessKey& processKey, const ProcessKey& sc
   _lower(processKey, scopeKey, [&] { _synchronizeRelease(processKey, scopeKey, depth); });
 }
 
-bool Node::_countDown(const ProcessKey& processKey, const ProcessKey& scopeKey)
+void Node::_complainOfRelease(const ProcessKey& processKey) const
 {
-  std::int32_t* const count = synchronizeCounts.find(scopeKey.getHash());
-  if (count == nullptr)
-  {
-    ku::log::fatal(category, "{}->synchronizeRelease({}): Invalid release on process {}{}", name, processKey.getName(),
-                   processKey.getName(), originText());
-    return false;
-  }
-  if (--*count == 0)
-    synchronizeCounts.erase(scopeKey.getHash());
-  return true;
+  ku::log::fatal(category, "{}->synchronizeRelease({}): Invalid release on process {}{}", name, processKey.getName(),
+                 processKey.getName(), originText());
 }
 
 void Node::abandonRun(const ProcessKey& processKey, const ProcessKey& scopeKey, RecoveryWalk& walk)
@@ -118,7 +104,7 @@ void Node::abandonRun(const ProcessKey& processKey, const ProcessKey& scopeKey, 
     return;
   for (const PortPtr& input : ports.inputs)
   {
-    if (Node* const upstream = linkedNode(input))
+    if (Node* const upstream = input->getFirstLinkedNode())
       upstream->abandonRun(processKey, scopeKey, walk);
   }
   const std::lock_guard lock(mutex);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filtrix/data.h"
+#include "filtrix/ku/mutex.h"
 #include "graph/origin.h"
 #include "graph/port.h"
 #include "graph/processkey.h"
@@ -27,7 +28,7 @@ class RecoveryWalk;
 /// Several runs may be in a node at once, each in its own scope. Within one scope a run is single-threaded.
 /// Nothing here throws or catches for itself: an exception from a filter or a source passes through, and what the run
 /// had raised by then stays raised until `abandonRun`.
-class Node : public Located
+class alignas(64) Node : public Located
 {
 public:
   explicit Node(std::string name);
@@ -95,18 +96,32 @@ public:
   [[nodiscard]] std::size_t getActiveScopes() const;
 
 private:
-  bool _countDown(const ProcessKey& processKey, const ProcessKey& scopeKey);
+  bool _countDown(const ProcessKey& processKey, const ProcessKey& scopeKey)
+  {
+    std::int32_t* const count = synchronizeCounts.find(scopeKey.getHash());
+    if (count == nullptr)
+    {
+      _complainOfRelease(processKey);
+      return false;
+    }
+    if (--*count == 0)
+      synchronizeCounts.erase(scopeKey.getHash());
+    return true;
+  }
 
-  const std::string name;
-  PortLists ports;
+  void _complainOfRelease(const ProcessKey& processKey) const;
+
+  // What every run reads stands first, in whole lines of the cache: a long graph does not stay in the nearest one.
 
   // Guards the counts, and holds a scope still while it is synchronized or released: it is kept across the walk
   // upstream and across the virtual operations. So these mutexes nest from the sink towards the sources, never back.
-  mutable std::mutex mutex;
-  ScopeTable<std::int32_t> synchronizeCounts;
+  mutable ku::Mutex mutex;
 
   // The thread that holds the mutex in `synchronize`. If that thread comes by again, the graph runs in a ring.
   std::atomic<std::thread::id> walker;
+  ScopeTable<std::int32_t> synchronizeCounts;
+  PortLists ports;
+  const std::string name;
 };
 
 using NodePtr = std::shared_ptr<Node>;
@@ -115,14 +130,16 @@ using NodePtr = std::shared_ptr<Node>;
 // processor foresees only some dozens of returns in a row.
 inline DataPtr Port::takeData(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth)
 {
-  Node* const source = links.size() == 1 && links.front() ? links.front()->getNode() : nullptr;
+  Node* const source = _onlyLinkedNode();
   if (source == nullptr || _findScopeValue(scopeKey.getHash(), nullptr))
   {
     DataPtr value = requestData(processKey, scopeKey, depth);
     synchronizeRelease(processKey, scopeKey, depth);
     return value;
   }
-  DataPtr value = source->takeData(processKey, scopeKey, depth + 1, links.front());
-  return value ? value : getDefaultValue();
+  DataPtr value = source->takeData(processKey, scopeKey, depth + 1, firstLink);
+  if (!value)
+    return getDefaultValue();
+  return value;  // named alone, so that it is moved
 }
 }  // namespace ZR::Filtrix

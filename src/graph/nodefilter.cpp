@@ -50,15 +50,52 @@ public:
   ~Computation()
   {
     if (!finished)
-      _end(nullptr, NodeReport::Outcome::Exception, nullptr, false);
+      finishForLast(NodeReport::Outcome::Exception);
   }
 
   // Applies the filter; its time counts `weight` times.
-  DataList apply(const DataList& inputs, const ProcessKey& processKey, std::uint64_t depth, std::uint64_t weight)
+  [[gnu::always_inline]] DataList apply(const DataList& inputs, const ProcessKey& processKey, std::uint64_t depth,
+                                        std::uint64_t weight)
   {
     applications = 1;
-    if (weight == 0)
-      return node.filter->applyFilter(inputs, processKey, scope.innerKey, depth);
+    return weight == 0 ? node.filter->applyFilter(inputs, processKey, scope.innerKey, depth)
+                       : _applyAndTime(inputs, processKey, depth, weight);
+  }
+
+  // Takes the results; null for none.
+  void finish(DataList* results, NodeReport::Outcome outcome, const Port* missing)
+  {
+    {
+      const std::lock_guard lock(node.tableLock);
+      _count();
+      if (!scope.hasResults)
+      {
+        if (results != nullptr)
+          scope.results.take(*results);
+        scope.hasResults = true;
+      }
+    }
+    if (reporting)
+      _report(outcome, missing);
+    finished = true;
+  }
+
+  // Nobody will ask for the results again.
+  [[gnu::always_inline]] void finishForLast(NodeReport::Outcome outcome)
+  {
+    {
+      const std::lock_guard lock(node.tableLock);
+      _count();
+    }
+    if (reporting)
+      _report(outcome, nullptr);
+    finished = true;
+  }
+
+private:
+  [[gnu::noinline]] DataList _applyAndTime(const DataList& inputs, const ProcessKey& processKey, std::uint64_t depth,
+                                           std::uint64_t weight)
+  {
     const auto begin = ku::Clock::now();
     DataList results = node.filter->applyFilter(inputs, processKey, scope.innerKey, depth);
     applied = ku::Clock::now() - begin;
@@ -66,39 +103,20 @@ public:
     return results;
   }
 
-  // Takes the results; null for none.
-  void finish(DataList* results, NodeReport::Outcome outcome, const Port* missing)
+  void _count()
   {
-    _end(results, outcome, missing, true);
-    finished = true;
-  }
-
-  // Nobody will ask for the results again.
-  void finishForLast(NodeReport::Outcome outcome)
-  {
-    _end(nullptr, outcome, nullptr, false);
-    finished = true;
-  }
-
-private:
-  void _end(DataList* results, NodeReport::Outcome outcome, const Port* missing, bool areKept)
-  {
-    const std::lock_guard lock(node.tableLock);
     scope.runner = std::thread::id();
-    if (areKept && !scope.hasResults)
-    {
-      if (results != nullptr)
-        scope.results.take(*results);
-      scope.hasResults = true;
-    }
     node.figures.calls += applications;
     node.figures.time += time;
     node.figures.longest = std::max(node.figures.longest, applied);
-    if (reporting)
-    {
-      NodeReport& report = *node.reports.insert(scopeHash).first;
-      report = {outcome, missing != nullptr ? missing->getName() : std::string(), 0, ku::Clock::now() - start};
-    }
+  }
+
+  [[gnu::noinline]] void _report(NodeReport::Outcome outcome, const Port* missing)
+  {
+    const auto length = ku::Clock::now() - start;
+    const std::lock_guard lock(node.tableLock);
+    *node.reports.insert(scopeHash).first = {outcome, missing != nullptr ? missing->getName() : std::string(), 0,
+                                             length};
   }
 
   NodeFilter& node;
@@ -135,7 +153,7 @@ const DataPtr* NodeFilter::Results::find(std::size_t i) const noexcept
 }
 
 NodeFilter::NodeFilter(std::string name_, FilterPtr filter_)
-    : Node(std::move(name_)), scopeSuffix(makeScopeSuffix()), filter(std::move(filter_))
+    : Node(std::move(name_)), filter(std::move(filter_)), scopeSuffix(makeScopeSuffix())
 {
   if (!filter)
     return;
@@ -174,22 +192,16 @@ void NodeFilter::_synchronize(Time time, Duration tolerance, const ProcessKey& p
     return;
   }
   Scope* scope = nullptr;
-  Results dropped;  // outlives the lock: the last share in a large value may end with it
+  bool hasResults = false;
   {
     const std::lock_guard lock(tableLock);
-    if (scopes.size() >= keptScopes && scopes.find(scopeKey.getHash()) == nullptr)
-      _forgetIdleScopes();
-    scope = &_scope(scopeKey);
-    if (scope->count == 0 && scope->hasResults)
-    {
-      scope->hasResults = false;
-      std::swap(dropped.first, scope->results.first);
-      if (!scope->results.others.empty())
-        dropped.others.swap(scope->results.others);
-    }
+    scope = &_findOrMakeScope(scopeKey);
+    hasResults = scope->hasResults;
   }
   if (scope->count == 0)
   {
+    if (hasResults)
+      _dropResults(*scope);
     filter->filterSynchronize(time, tolerance, processKey, scope->innerKey, depth);
     ++activeScopes;
   }
@@ -199,33 +211,38 @@ void NodeFilter::_synchronize(Time time, Duration tolerance, const ProcessKey& p
 void NodeFilter::_synchronizeRelease(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth)
 {
   Scope* scope = nullptr;
-  Results dropped;  // outlives the lock: the last share in a large value may end with it
   {
     const std::lock_guard lock(tableLock);
     scope = scopes.find(scopeKey.getHash());
-    if (scope != nullptr && scope->count == 1)
-    {
-      scope->hasResults = false;
-      std::swap(dropped.first, scope->results.first);
-      if (!scope->results.others.empty())
-        dropped.others.swap(scope->results.others);
-    }
   }
-  _leave(scope, processKey, depth);
-}
-
-// Under the node's mutex, without the table's lock.
-void NodeFilter::_leave(Scope* scope, const ProcessKey& processKey, std::uint64_t depth)
-{
   if (scope == nullptr || scope->count == 0)
   {
     _logError("_synchronizeRelease", processKey, "Invalid release on process " + processKey.getName());
     return;
   }
-  if (--scope->count > 0)
+  if (scope->count == 1)
+    _dropResults(*scope);
+  _leave(*scope, processKey, depth);
+}
+
+// Under the node's mutex, without the table's lock.
+inline void NodeFilter::_leave(Scope& scope, const ProcessKey& processKey, std::uint64_t depth)
+{
+  if (--scope.count > 0)
     return;
   --activeScopes;
-  filter->filterSynchronizeRelease(processKey, scope->innerKey, depth);
+  filter->filterSynchronizeRelease(processKey, scope.innerKey, depth);
+}
+
+// Under the node's mutex, without the table's lock.
+void NodeFilter::_dropResults(Scope& scope)
+{
+  Results dropped;  // outlives the lock: the last share in a large value may end with it
+  const std::lock_guard lock(tableLock);
+  scope.hasResults = false;
+  std::swap(dropped.first, scope.results.first);
+  if (!scope.results.others.empty())
+    dropped.others.swap(scope.results.others);
 }
 
 // Which of the outputs the port stands for: itself, or one up its chain.
@@ -254,11 +271,12 @@ inline std::uint64_t NodeFilter::_timingWeight() const
 }
 
 // Serves a request from the results, or opens their computation. An empty request (no output port) wants no value.
-inline NodeFilter::Request NodeFilter::_begin(const ProcessKey& scopeKey, const PortPtr* outputPort, DataPtr* value,
-                                              Scope** entry, std::uint64_t* weight)
+[[gnu::always_inline]] inline NodeFilter::Request NodeFilter::_begin(const ProcessKey& scopeKey,
+                                                                     const PortPtr* outputPort, DataPtr* value,
+                                                                     Scope** entry, std::uint64_t* weight)
 {
   const std::lock_guard lock(tableLock);
-  Scope& scope = _scope(scopeKey);
+  Scope& scope = _findOrMakeScope(scopeKey);
   if (scope.hasResults)
   {
     if (outputPort != nullptr)
@@ -288,21 +306,18 @@ inline NodeFilter::Request NodeFilter::_begin(const ProcessKey& scopeKey, const 
   values->reserve(getInputs().size());
   for (const PortPtr& input : getInputs())
   {
-    DataPtr value;
-    if (*missing == nullptr)
-    {
-      value = input->takeData(processKey, scopeKey, depth + 1);
-      if (!value)
-        value = input->getDefaultValue();
-      if (!value && !input->isOptional())
-        *missing = input.get();
-    }
-    else
+    if (*missing != nullptr)
     {
       input->requestEmpty(processKey, scopeKey, depth + 1);
       input->synchronizeRelease(processKey, scopeKey, depth + 1);
+      values->emplace_back();
+      continue;
     }
-    values->push_back(std::move(value));
+    DataPtr& value = values->emplace_back(input->takeData(processKey, scopeKey, depth + 1));
+    if (!value)
+      value = input->getDefaultValue();
+    if (!value && !input->isOptional())
+      *missing = input.get();
   }
   return *missing == nullptr;
 }
@@ -361,7 +376,7 @@ inline NodeFilter::Request NodeFilter::_begin(const ProcessKey& scopeKey, const 
         computation.finishForLast(outcome);
       else
         computation.finish(&results, outcome, nullptr);
-      _leave(scope, processKey, depth);
+      _leave(*scope, processKey, depth);
     };
     if (_lower(processKey, scopeKey, finish))
       return value;
@@ -384,7 +399,7 @@ DataPtr NodeFilter::takeData(const ProcessKey& processKey, const ProcessKey& sco
   bool released = false;
   DataPtr value = _pull(processKey, scopeKey, depth, outputPort, &released);
   if (!released)
-    synchronizeRelease(processKey, scopeKey, depth);
+    _lower(processKey, scopeKey, [&] { _synchronizeRelease(processKey, scopeKey, depth); });
   return value;
 }
 
@@ -451,15 +466,18 @@ NodeFigures NodeFilter::getFigures() const
   return figures;
 }
 
+// Under the table's lock.
 NodeFilter::Scope& NodeFilter::_makeScope(const ProcessKey& scopeKey)
 {
+  if (scopes.size() >= keptScopes)
+    _forgetIdleScopes();
   return scopes.emplace(scopeKey.getHash(), makeInnerKey(scopeKey));
 }
 
 // Called when many scopes are kept and another one comes: those of processes that are gone would stay for ever.
 void NodeFilter::_forgetIdleScopes()
 {
-  if (activeScopes * 2 > scopes.size())
+  if (std::size_t{activeScopes} * 2 > scopes.size())
     return;
   std::vector<std::uint32_t> idle;
   scopes.forEach(

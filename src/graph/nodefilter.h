@@ -92,10 +92,10 @@ private:
   {
     explicit Scope(ProcessKey innerKey_) : innerKey(std::move(innerKey_)) {}
 
-    const ProcessKey innerKey;
     std::int32_t count = 0;  // consumers that have not released; 0 between runs; under the node's mutex alone
     bool hasResults = false;
     std::thread::id runner;  // the thread that is computing the results, or none
+    const ProcessKey innerKey;
     Results results;
   };
 
@@ -115,7 +115,8 @@ private:
 
   DataPtr _pull(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth,
                 const PortPtr& outputPort, bool* released);
-  void _leave(Scope* scope, const ProcessKey& processKey, std::uint64_t depth);
+  void _leave(Scope& scope, const ProcessKey& processKey, std::uint64_t depth);
+  void _dropResults(Scope& scope);
   Request _begin(const ProcessKey& scopeKey, const PortPtr* outputPort, DataPtr* value, Scope** entry,
                  std::uint64_t* weight);
   [[nodiscard]] std::uint64_t _timingWeight() const;
@@ -124,7 +125,7 @@ private:
   [[nodiscard]] std::optional<std::size_t> _indexOf(const Port* outputPort) const noexcept;
 
   // The entry of a scope, made with its inner key when it is new.
-  Scope& _scope(const ProcessKey& scopeKey)
+  Scope& _findOrMakeScope(const ProcessKey& scopeKey)
   {
     Scope* const scope = scopes.find(scopeKey.getHash());
     return scope != nullptr ? *scope : _makeScope(scopeKey);
@@ -134,15 +135,17 @@ private:
   void _forgetIdleScopes();
   void _logError(const char* operation, const ProcessKey& processKey, const std::string& text) const;
 
-  const std::string scopeSuffix;
+  // As in the node, what every run reads stands first.
   const FilterPtr filter;
-  std::atomic<bool> keepsReports{false};
 
-  // Guards what is below. Taken within the node's mutex, held for a few instructions: never across a pull or a filter.
+  // Guards the scopes, the reports and the figures. Taken within the node's mutex, held for a few instructions: never
+  // across a pull or a filter.
   mutable ku::SpinLock tableLock;
+  std::atomic<bool> keepsReports{false};
+  std::uint32_t activeScopes = 0;  // under the node's mutex
   StableScopeTable<Scope> scopes;
-  std::size_t activeScopes = 0;
-  ScopeTable<NodeReport> reports;
   NodeFigures figures;
+  ScopeTable<NodeReport> reports;
+  const std::string scopeSuffix;
 };
 }  // namespace ZR::Filtrix

@@ -18,7 +18,7 @@ constexpr const char* category = "filtrix.port";
 std::mutex scopeValueMutex;
 }  // namespace
 
-Port::Port(std::string name_, Node* node_) : name(std::move(name_)), node(node_) {}
+Port::Port(std::string name_, Node* node_) : node(node_), name(std::move(name_)) {}
 
 void Port::addType(TypeTag type)
 {
@@ -28,6 +28,8 @@ void Port::addType(TypeTag type)
 void Port::addLink(const PortPtr& link)
 {
   links.push_back(link);
+  firstLink = links.front();
+  hasSeveralLinks = links.size() > 1;
 }
 
 void Port::setOptional(bool flag)
@@ -105,8 +107,10 @@ DataPtr Port::requestData(const ProcessKey& processKey, const ProcessKey& scopeK
   Node* const source = _linkedNode("::requestData(): ");
   if (source == nullptr)
     return nullptr;
-  value = source->requestData(processKey, scopeKey, depth + 1, links.front());
-  return value ? value : getDefaultValue();
+  value = source->requestData(processKey, scopeKey, depth + 1, firstLink);
+  if (!value)
+    return getDefaultValue();
+  return value;
 }
 
 void Port::requestEmpty(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth)
@@ -114,23 +118,18 @@ void Port::requestEmpty(const ProcessKey& processKey, const ProcessKey& scopeKey
   if (_findScopeValue(scopeKey.getHash(), nullptr) || links.empty())
     return;
   if (Node* const source = _linkedNode("::requestEmpty(): "))
-    source->requestEmpty(processKey, scopeKey, depth + 1, links.front());
+    source->requestEmpty(processKey, scopeKey, depth + 1, firstLink);
 }
 
 void Port::synchronizeRelease(const ProcessKey& processKey, const ProcessKey& scopeKey, std::uint64_t depth)
 {
-  if (links.size() > 1)
-  {
+  if (Node* const source = _onlyLinkedNode())
+    source->synchronizeRelease(processKey, scopeKey, depth + 1);
+  else if (hasSeveralLinks)
     ku::log::error(category,
                    "synchronizeRelease(): an input port ({}) can not have multiple outputs and only an input port can "
                    "use synchronizeRelease().{}",
                    name, originText());
-    return;
-  }
-  if (links.empty())
-    return;
-  if (Node* const source = links.front() ? links.front()->getNode() : nullptr)
-    source->synchronizeRelease(processKey, scopeKey, depth + 1);
 }
 
 void Port::setScopeValues(const PortList& ports, const DataList& values, std::uint32_t scopeHash)

@@ -33,7 +33,7 @@ struct PortLists
 /// A port may stand for another one: a composite's exposed port for an inner node's port, a node's port for its
 /// filter's port. `parent` leads there, and questions about owner, types and defaults are answered along that chain.
 /// Thread-safe once the graph is built.
-class Port final : public Located
+class alignas(64) Port final : public Located
 {
 public:
   /// `node` is the owner, which outlives the port's use or calls `detach`; null for a port of a filter or a composite.
@@ -62,6 +62,9 @@ public:
   [[nodiscard]] const std::string& getName() const noexcept { return name; }
 
   [[nodiscard]] const PortList& getLinks() const noexcept { return links; }
+
+  /// The node behind the first link, or null.
+  [[nodiscard]] Node* getFirstLinkedNode() const noexcept { return firstLink ? firstLink->getNode() : nullptr; }
 
   [[nodiscard]] const PortPtr& getParent() const noexcept { return parent; }
 
@@ -119,10 +122,12 @@ private:
 
   [[nodiscard]] bool _lookUpScopeValue(std::uint32_t scopeHash, DataPtr* value) const;
 
+  [[nodiscard]] Node* _onlyLinkedNode() const noexcept { return hasSeveralLinks ? nullptr : getFirstLinkedNode(); }
+
   // The node behind the one link, or null and a log line.
   [[nodiscard]] Node* _linkedNode(const char* operation) const
   {
-    Node* const source = links.size() == 1 && links.front() ? links.front()->getNode() : nullptr;
+    Node* const source = _onlyLinkedNode();
     if (source == nullptr)
       _complainOfLinks(operation);
     return source;
@@ -130,22 +135,26 @@ private:
 
   void _complainOfLinks(const char* operation) const;
 
-  // Fixed once the graph is built, so read without a lock.
-  const std::string name;
-  PortList links;
-  std::vector<TypeTag> types;
-  PortPtr parent;
+  // All but the scope values is fixed once the graph is built, so read without a lock. What every run reads stands
+  // first, in one line of the cache: a long graph does not stay in the nearest one.
+  PortPtr firstLink;
   Node* node;
-
-  // Guarded by the one mutex of all ports: a leaf lock, never held across a call into a node.
-  ScopeTable<DataPtr> scopeValues;
+  PortPtr parent;
 
   // How many scope values there are. Only the thread of a run sets and reads the values of its own scope, so a thread
   // that reads zero here has none to find and spares itself the lock that all runs share.
   std::atomic<std::uint32_t> scopeValueCount{0};
 
-  DataPtr defaultValue;
   bool optional = false;
+  bool hasSeveralLinks = false;
+
+  DataPtr defaultValue;
+  const std::string name;
+  PortList links;
+  std::vector<TypeTag> types;
+
+  // Guarded by the one mutex of all ports: a leaf lock, never held across a call into a node.
+  ScopeTable<DataPtr> scopeValues;
 };
 
 /// The port of that name. An empty name finds the only port of a list of one. Null when there is none.

@@ -28,15 +28,7 @@ public:
   {
     if (first.taken && first.hash == hash)
       return &first.value;
-    if (used == 0)
-      return nullptr;
-    for (std::size_t at = home(hash);; at = next(at))
-    {
-      if (!slots[at].taken)
-        return nullptr;
-      if (slots[at].hash == hash)
-        return &slots[at].value;
-    }
+    return used == 0 ? nullptr : findInSlots(hash);
   }
 
   [[nodiscard]] const Value* find(std::uint32_t hash) const noexcept
@@ -55,7 +47,7 @@ public:
       first.taken = true;
       return {&first.value, true};
     }
-    if ((used + 1) * 4 > slots.size() * 3)
+    if ((std::size_t{used} + 1) * 4 > slots.size() * 3)
       grow();
     Slot& slot = slots[freeSlot(hash)];
     slot.hash = hash;
@@ -72,29 +64,7 @@ public:
       first.value = Value();
       return true;
     }
-    if (used == 0)
-      return false;
-    std::size_t hole = home(hash);
-    while (slots[hole].taken && slots[hole].hash != hash)
-      hole = next(hole);
-    if (!slots[hole].taken)
-      return false;
-
-    // Entries that probed past the hole move back into it, so that no marks of erased entries pile up.
-    for (std::size_t at = next(hole); slots[at].taken; at = next(at))
-    {
-      const std::size_t wanted = home(slots[at].hash);
-      const bool reachesHole = hole <= at ? (wanted <= hole || wanted > at) : (wanted <= hole && wanted > at);
-      if (!reachesHole)
-        continue;
-      slots[hole].hash = slots[at].hash;
-      slots[hole].value = std::move(slots[at].value);
-      hole = at;
-    }
-    slots[hole].taken = false;
-    slots[hole].value = Value();
-    --used;
-    return true;
+    return used != 0 && eraseFromSlots(hash);
   }
 
   /// Calls `visit(hash, value)` for each entry, in no particular order; it must not insert or erase.
@@ -148,6 +118,41 @@ private:
     return at;
   }
 
+  [[nodiscard]] Value* findInSlots(std::uint32_t hash) noexcept
+  {
+    for (std::size_t at = home(hash); slots[at].taken; at = next(at))
+    {
+      if (slots[at].hash == hash)
+        return &slots[at].value;
+    }
+    return nullptr;
+  }
+
+  bool eraseFromSlots(std::uint32_t hash) noexcept
+  {
+    std::size_t hole = home(hash);
+    while (slots[hole].taken && slots[hole].hash != hash)
+      hole = next(hole);
+    if (!slots[hole].taken)
+      return false;
+
+    // Entries that probed past the hole move back into it, so that no marks of erased entries pile up.
+    for (std::size_t at = next(hole); slots[at].taken; at = next(at))
+    {
+      const std::size_t wanted = home(slots[at].hash);
+      const bool reachesHole = hole <= at ? (wanted <= hole || wanted > at) : (wanted <= hole && wanted > at);
+      if (!reachesHole)
+        continue;
+      slots[hole].hash = slots[at].hash;
+      slots[hole].value = std::move(slots[at].value);
+      hole = at;
+    }
+    slots[hole].taken = false;
+    slots[hole].value = Value();
+    --used;
+    return true;
+  }
+
   void grow()
   {
     std::vector<Slot> old(slots.empty() ? firstCapacity : slots.size() * 2);
@@ -165,8 +170,8 @@ private:
   }
 
   Slot first;
+  std::uint32_t used = 0;   // of the slots
   std::vector<Slot> slots;  // none or a power of two, never full
-  std::size_t used = 0;     // of the slots
 };
 
 /// The same for values that stay where they are until they are erased.
@@ -178,7 +183,7 @@ public:
 
   [[nodiscard]] Value* find(std::uint32_t hash) noexcept
   {
-    if (first && firstHash == hash)
+    if (firstMark == markOf(hash))
       return &*first;
     auto* const entry = others.find(hash);
     return entry != nullptr ? entry->get() : nullptr;
@@ -191,7 +196,7 @@ public:
     if (!first)
     {
       first.emplace(std::forward<Args>(args)...);
-      firstHash = hash;
+      firstMark = markOf(hash);
       return *first;
     }
     auto value = std::make_unique<Value>(std::forward<Args>(args)...);
@@ -202,10 +207,13 @@ public:
 
   void erase(std::uint32_t hash) noexcept
   {
-    if (first && firstHash == hash)
-      first.reset();
-    else
+    if (firstMark != markOf(hash))
+    {
       others.erase(hash);
+      return;
+    }
+    first.reset();
+    firstMark = 0;
   }
 
   /// Calls `visit(hash, value)` for each entry, in no particular order; it must not insert or erase.
@@ -213,12 +221,16 @@ public:
   void forEach(Visit&& visit)
   {
     if (first)
-      visit(firstHash, *first);
+      visit(static_cast<std::uint32_t>(firstMark), *first);
     others.forEach([&](std::uint32_t hash, const std::unique_ptr<Value>& value) { visit(hash, *value); });
   }
 
 private:
-  std::uint32_t firstHash = 0;
+  static constexpr std::uint64_t markOf(std::uint32_t hash) noexcept { return std::uint64_t{1} << 32U | hash; }
+
+  // The hash of the first and a bit more, 0 while there is none: it says in front of the value what `first` knows only
+  // behind it, in another line of the cache.
+  std::uint64_t firstMark = 0;
   std::optional<Value> first;
   ScopeTable<std::unique_ptr<Value>> others;
 };
