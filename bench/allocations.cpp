@@ -29,7 +29,26 @@ void* operator new[](std::size_t size)
   return counted(size);
 }
 
+void* operator new(std::size_t size, std::align_val_t alignment)
+{
+  count.fetch_add(1, std::memory_order_relaxed);
+  const auto step = static_cast<std::size_t>(alignment);
+  if (void* const memory = std::aligned_alloc(step, (size + step - 1) / step * step))
+    return memory;
+  throw std::bad_alloc();
+}
+
 void operator delete(void* memory) noexcept
+{
+  std::free(memory);
+}
+
+void operator delete(void* memory, std::align_val_t) noexcept
+{
+  std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept
 {
   std::free(memory);
 }

@@ -88,6 +88,9 @@ FILTRIX_TYPE_TAGS(FILTRIX_ROW)
 class Data final
 {
 public:
+  /// How deep arrays may nest, so that walking one, even to destroy it, needs a bounded stack.
+  static constexpr std::uint32_t maxNesting = 64;
+
   /// The empty value: no payload, tag "Invalid".
   Data() noexcept = default;
 
@@ -99,7 +102,7 @@ public:
   explicit Data(double value);
   explicit Data(std::string value);
   explicit Data(const char* value);  ///< a null pointer counts as the empty string
-  explicit Data(DataArray value);
+  explicit Data(DataArray value);    ///< throws std::length_error beyond `maxNesting`
   explicit Data(const Type::Color& value);
   explicit Data(Duration value);
   explicit Data(Time value);
@@ -183,6 +186,9 @@ public:
   /// Reads Double, Float, Integer and UnsignedInteger; 0 for any other type.
   [[nodiscard]] double toDouble() const noexcept;
 
+  /// Levels of arrays in the value when it was made: 0 for anything else, 1 for an Array without arrays.
+  [[nodiscard]] std::uint32_t nesting() const noexcept { return levels; }
+
   /// The payload as it stands, whatever the tag.
   [[nodiscard]] void* rawPointer() const noexcept { return payload.get(); }
 
@@ -192,6 +198,7 @@ public:
 private:
   std::shared_ptr<void> payload;
   TypeTag tag = TypeTag::Invalid;
+  std::uint32_t levels = 0;
   Time time;
   bool owned = false;
 };

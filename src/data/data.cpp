@@ -2,6 +2,10 @@
 
 #include "filtrix/histogram.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <stdexcept>
 #include <utility>
 
 namespace ZR::Filtrix
@@ -26,8 +30,16 @@ Data::Data(std::string value)
 
 Data::Data(const char* value) : Data(std::string(value != nullptr ? value : "")) {}
 
-Data::Data(DataArray value) : payload(std::make_shared<DataArray>(std::move(value))), tag(TypeTag::Array), owned(true)
+Data::Data(DataArray value)
+    : payload(std::make_shared<DataArray>(std::move(value))), tag(TypeTag::Array), levels(1), owned(true)
 {
+  for (const DataPtr& element : *get<DataArray>())
+  {
+    if (element)
+      levels = std::max(levels, element->levels + 1);
+  }
+  if (levels > maxNesting)
+    throw std::length_error(fmt::format("an Array nests {} levels deep, expected at most {}", levels, maxNesting));
 }
 
 Data::Data(const Type::Color& value) : payload(std::make_shared<Type::Color>(value)), tag(TypeTag::Color), owned(true)
@@ -120,6 +132,7 @@ void Data::swap(Data& other) noexcept
 {
   std::swap(payload, other.payload);
   std::swap(tag, other.tag);
+  std::swap(levels, other.levels);
 }
 
 bool Data::toBool() const noexcept

@@ -6,7 +6,9 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <exception>
+#include <new>
 #include <utility>
 
 namespace ZR::Filtrix
@@ -32,6 +34,25 @@ constexpr std::size_t rememberedFailures = 1024;
 
 // The scheduler whose worker this thread is.
 thread_local const Scheduler* workerOf = nullptr;
+
+/// Jobs of events that wait to be taken. Beyond it the workers do not keep up, and the oldest half goes.
+constexpr std::ptrdiff_t mostAddedJobs = 131'072;
+
+std::string textOf(const std::exception_ptr& failure)
+{
+  try
+  {
+    std::rethrow_exception(failure);
+  }
+  catch (const std::exception& exception)
+  {
+    return exception.what();
+  }
+  catch (...)
+  {
+    return "unknown exception";
+  }
+}
 
 // Linux keeps 15 characters of a thread's name.
 void nameThread(const std::string& name)
@@ -64,43 +85,68 @@ bool Scheduler::start()
   _join();
   wakeUp.rearm();
   running = true;
-  for (std::uint32_t i = 0; i < threadCount; ++i)
+  try
   {
-    {
-      const std::lock_guard workersLock(workersMutex);
-      ++workers;
-    }
-    threads.emplace_back(
-        [this]
-        {
-          _supervise();
-          const std::lock_guard workersLock(workersMutex);
-          --workers;
-          workerEnded.notify_all();
-        });
+    for (std::uint32_t i = 0; i < threadCount; ++i)
+      _startWorker();
+  }
+  catch (const std::exception& exception)
+  {
+    ku::log::error(category, "start(): expected {} workers, only {} could be started: {}", threadCount, threads.size(),
+                   exception.what());
+    _letEnd();
+    _join();
+    return false;
   }
   return true;
 }
 
+void Scheduler::_startWorker()
+{
+  const auto count = [this](std::size_t change)
+  {
+    const std::lock_guard lock(workersMutex);
+    workers += change;
+    workerEnded.notify_all();
+  };
+  threads.reserve(threads.size() + 1);  // so that nothing throws while an unowned thread runs
+  count(1);
+  try
+  {
+    threads.emplace_back(
+        [this, count]
+        {
+          _supervise();
+          count(static_cast<std::size_t>(-1));
+        });
+  }
+  catch (...)
+  {
+    count(static_cast<std::size_t>(-1));
+    throw;
+  }
+}
+
 bool Scheduler::stop()
 {
-  const auto letEnd = [this]
-  {
-    {
-      const std::lock_guard lock(queueMutex);
-      running = false;
-    }
-    wakeUp.interrupt();
-  };
   if (workerOf == this)
   {
-    letEnd();
+    _letEnd();
     return true;
   }
   const std::lock_guard lock(startMutex);
-  letEnd();
+  _letEnd();
   _join();
   return true;
+}
+
+void Scheduler::_letEnd()
+{
+  {
+    const std::lock_guard lock(queueMutex);
+    running = false;
+  }
+  wakeUp.interrupt();
 }
 
 // A run that does not end cannot be ended from outside: all that can be done is to say so.
@@ -193,11 +239,22 @@ void Scheduler::addJob(const ProcessPtr& process, Time time)
 {
   if (!process)
     return;
+  bool areTooMany = false;
   {
     const std::lock_guard lock(queueMutex);
+    // While nobody takes them, the newest job of each process is enough: a source may go on for days.
+    if (!running)
+      std::erase_if(addedJobs, [&](const Job& job) { return job.process == process; });
+    // The newest are taken first: what stands far back would not be taken anyway while events keep coming.
+    areTooMany = addedJobs.size() >= mostAddedJobs;
+    if (areTooMany)
+      addedJobs.erase(addedJobs.begin(), addedJobs.begin() + mostAddedJobs / 2);
     addedJobs.push_back({process, time});
   }
   wakeUp.interruptOne();
+  if (areTooMany)
+    ku::log::warning(category, "The processes do not keep up with their events: the oldest {} of {} jobs are dropped.",
+                     mostAddedJobs / 2, mostAddedJobs);
 }
 
 std::vector<ProcessPtr> Scheduler::getCycle()
@@ -354,24 +411,30 @@ void Scheduler::_supervise()
   while (true)
   {
     ProcessPtr current;
-    std::string cause;
+    std::exception_ptr failure;
     try
     {
       _work(&current);
       return;
     }
-    catch (const std::exception& exception)
-    {
-      cause = exception.what();
-    }
     catch (...)
     {
-      cause = "unknown exception";
+      failure = std::current_exception();
     }
     if (current)
       finishJob(current);
-    _reportFailure(current ? current->getName() : std::string(), cause);
     nameThread("ModWrk_idle");
+    try
+    {
+      _reportFailure(current ? current->getName() : std::string(), textOf(failure));
+    }
+    catch (const std::bad_alloc&)
+    {
+      ku::log::write(ku::log::Level::Fatal, category, "A process failed, and there is no memory to say which.");
+    }
+    // Nor is there any point in failing as fast as one can: memory comes back, if it does, from somebody else.
+    if (!current)
+      _sleep(longestSleep);
   }
 }
 

@@ -40,8 +40,8 @@ public:
   Scheduler& operator=(const Scheduler&) = delete;
   ~Scheduler();
 
-  /// Starts the workers unless they run. True, but for a call from one of the workers themselves, which is refused with
-  /// a log line.
+  /// Starts the workers unless they run. True, but for a call from one of the workers themselves, which is refused, and
+  /// when the system gives no thread for each, so that none is left running; both with a log line.
   bool start();
 
   /// Stops the workers and waits for the runs in progress; jobs that wait are lost. Called on a worker, from a
@@ -55,7 +55,8 @@ public:
   /// thousand processes.
   void rebuildJobs() noexcept { isCycleStale = true; }
 
-  /// Puts a job before all others that wait, and wakes a worker that sleeps.
+  /// Puts a job before all others that wait, and wakes a worker that sleeps. Until the start the newest job of each
+  /// process is kept. Of more than 131,072 that wait the older half is dropped, with a log line.
   void addJob(const ProcessPtr& process, Time time);
 
   /// The processes of one cycle, in the order in which the list holds them.
@@ -104,6 +105,8 @@ private:
   bool _takeAdded(Job* job);
   bool _takeFromCycle(Job* job);
   void _sleep(Duration length);
+  void _startWorker();
+  void _letEnd();
   void _join();
   void _supervise();
   void _work(ProcessPtr* current);

@@ -270,6 +270,8 @@ bool FiltrixPrivate::setProcessTolerance(const std::string& name, Duration toler
 DataPtr FiltrixPrivate::getData(const std::string& sink)
 {
   const auto [process, sinkName] = _sinkOrThrow(sink, "Can't get data(\"");
+  // Without a scheduler nobody else clears up after a run that broke off, and this one would be served what it left.
+  process->recover();
   return process->getData(sinkName, Time::now());
 }
 

@@ -10,6 +10,7 @@
 
 #include <limits>
 #include <sstream>
+#include <stdexcept>
 
 namespace ZR::Filtrix
 {
@@ -104,6 +105,22 @@ TEST(Data, SwapKeepsTagsWithTheirPayloads)
   EXPECT_EQ(a.toFloat(), 2.5F);
   EXPECT_EQ(b.toInt(), 1);
   EXPECT_EQ(a.timestamp(), Time(7));
+}
+
+// What grows by a level in each run must not grow until its end overflows the stack.
+TEST(Data, ArraysNestToALimit)
+{
+  DataPtr value = makeData(7);
+  for (std::uint32_t level = 1; level <= Data::maxNesting; ++level)
+  {
+    value = makeData(DataArray{nullptr, value, makeData(1)});
+    ASSERT_EQ(value->nesting(), level);
+  }
+  const auto tooDeep = [&] { return makeData(DataArray{value}); };
+  EXPECT_THROW(static_cast<void>(tooDeep()), std::length_error);
+  Data flat(1);
+  flat.swap(*value);
+  EXPECT_EQ(tooDeep()->nesting(), 1U) << "what a value has swapped away does not count for it";
 }
 
 TEST(Time, ArithmeticTruncatesAndSaturates)

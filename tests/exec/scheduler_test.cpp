@@ -138,6 +138,60 @@ TEST_F(SchedulerTest, AddedJobsComeFirstTheLastOneBeforeTheOthers)
   EXPECT_EQ(scheduler->nextJob().process, a);
 }
 
+// A source goes on while nobody takes the jobs of its events, for days if need be.
+TEST_F(SchedulerTest, KeepsTheNewestJobOfEachProcessUntilTheStart)
+{
+  const ProcessPtr a = add("A", 0);
+  const ProcessPtr b = add("B", 0);
+  for (int i = 1; i <= 1000; ++i)
+  {
+    scheduler->addJob(a, seconds(i));
+    scheduler->addJob(b, seconds(2 * i));
+  }
+  for (const auto& [process, time] : {std::pair(b, 2000), std::pair(a, 1000)})
+  {
+    const Job job = scheduler->nextJob();
+    EXPECT_EQ(job.process, process);
+    EXPECT_EQ(job.time, seconds(time));
+  }
+  EXPECT_EQ(scheduler->nextJob().process, nullptr);
+}
+
+TEST_F(SchedulerTest, DropsTheOldestJobsOfWorkersThatDoNotKeepUp)
+{
+  std::latch release(1);
+  const auto blocker =
+      std::make_shared<FunctionFilter>("Blocker", std::vector<std::string>(), std::vector<std::string>{"out"},
+                                       [&](const DataList&)
+                                       {
+                                         release.wait();
+                                         return DataList{makeData(1)};
+                                       });
+  std::vector<std::shared_ptr<NodeFilter>> nodes;
+  for (const char* const name : {"one", "two"})
+  {
+    nodes.push_back(makeNode(name, blocker));
+    add(name, 1)->addSink(makeSink("sink", *nodes.back()));
+  }
+  const FunctionFilterPtr counter = makeIncrement();
+  const NodeSourcePtr source = makeSource("s", makeData(1));
+  nodes.push_back(makeNode("counter", counter));
+  link(*source, *nodes.back());
+  const ProcessPtr late = add("late", 0, 1.0F);
+  late->addSink(makeSink("sink", *nodes.back()));
+  scheduler->rebuildJobs();
+  scheduler->start();
+  ASSERT_TRUE(eventually([&] { return blocker->applied == 2; }));
+  for (int i = 1; i <= 150'000; ++i)
+    scheduler->addJob(late, seconds(i));
+  EXPECT_THAT(log.texts(), ElementsAre("The processes do not keep up with their events: the oldest 65536 of 131072 "
+                                       "jobs are dropped."));
+  release.count_down();
+  ASSERT_TRUE(eventually([&] { return late->getLastRun().isSet(); }));
+  scheduler->stop();
+  EXPECT_GE(late->getLastRun(), seconds(65'537)) << "the newest jobs are there still, and taken first";
+}
+
 TEST_F(SchedulerTest, AnIdleWorkerSleepsUntilTheFirstProcessIsDueButNotLonger)
 {
   const NodeSourcePtr source = makeSource("s", makeData(1));
@@ -339,6 +393,27 @@ TEST_F(SchedulerTest, TellsOnceOfARunThatLastsLongAndServesTheOthers)
 }
 
 // A clock that was set back by half an hour must not hold anybody up for that time.
+TEST_F(SchedulerTest, SaysForWhomAStopWaits)
+{
+  std::latch release(1);
+  const auto blocker =
+      std::make_shared<FunctionFilter>("Blocker", std::vector<std::string>(), std::vector<std::string>{"out"},
+                                       [&](const DataList&)
+                                       {
+                                         release.wait();
+                                         return DataList{makeData(1)};
+                                       });
+  const auto node = makeNode("n", blocker);
+  add("stuck", 1)->addSink(makeSink("sink", *node));
+  scheduler->rebuildJobs();
+  scheduler->start();
+  ASSERT_TRUE(eventually([&] { return blocker->applied == 1; }));
+  std::jthread stopping([&] { scheduler->stop(); });
+  EXPECT_TRUE(eventually([&] { return !log.texts().empty(); }));
+  EXPECT_THAT(log.texts(), ElementsAre("stop(): waiting for the process \"stuck\", whose run does not end."));
+  release.count_down();
+}
+
 TEST_F(SchedulerTest, GoesOnWhenTheClockIsSetBack)
 {
   const ProcessPtr process = add("a", 1, 10.0F);

@@ -10,6 +10,7 @@
 #include "filtrix/human.h"
 #include "filtrix/image.h"
 #include "filtrix/ku/clock.h"
+#include "filtrix/ku/periodictask.h"
 #include "graph/dotgraph.h"
 #include "module/valuebridge.h"
 #include "program/programkit.h"
@@ -26,6 +27,7 @@
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace
@@ -35,10 +37,20 @@ thread_local std::int64_t granted = -1;
 thread_local bool isRefusedForGood = false;
 thread_local bool wasRefused = false;
 
+// Of all threads but those that are spared: whether there is any memory. And how often there was none.
+std::atomic<bool> isAllGone{false};
+thread_local bool isSpared = false;
+std::atomic<std::int64_t> allRefusals{0};
+
 std::atomic<std::int64_t> livingBlocks{0};
 
 bool isRefused() noexcept
 {
+  if (isAllGone.load(std::memory_order_relaxed) && !isSpared)
+  {
+    ++allRefusals;
+    return true;
+  }
   if (granted < 0)
     return false;
   if (granted > 0)
@@ -69,6 +81,16 @@ void* operator new(std::size_t size)
   return block;
 }
 
+void* operator new(std::size_t size, std::align_val_t alignment)
+{
+  const auto step = static_cast<std::size_t>(alignment);
+  void* const block = isRefused() ? nullptr : std::aligned_alloc(step, (size + step - 1) / step * step);
+  if (block == nullptr)
+    throw std::bad_alloc();
+  ++livingBlocks;
+  return block;
+}
+
 void operator delete(void* block) noexcept
 {
   if (block == nullptr)
@@ -83,6 +105,16 @@ void operator delete(void* block, std::size_t) noexcept
 }
 
 void operator delete(void* block, const std::nothrow_t&) noexcept
+{
+  operator delete(block);
+}
+
+void operator delete(void* block, std::align_val_t) noexcept
+{
+  operator delete(block);
+}
+
+void operator delete(void* block, std::size_t, std::align_val_t) noexcept
 {
   operator delete(block);
 }
@@ -308,6 +340,68 @@ TEST_P(ShortageTest, AnImageIsHandedOutOrNot)
 INSTANTIATE_TEST_SUITE_P(Memory, ShortageTest, testing::Values(Shortage::momentary, Shortage::lasting),
                          [](const auto& test)
                          { return test.param == Shortage::momentary ? std::string("Momentary") : "Lasting"; });
+
+template <typename Condition>
+bool eventually(const Condition& condition)
+{
+  const auto end = std::chrono::steady_clock::now() + 20s;
+  while (!condition())
+  {
+    if (std::chrono::steady_clock::now() > end)
+      return false;
+    std::this_thread::sleep_for(1ms);
+  }
+  return true;
+}
+
+// For a while no thread gets any memory: the workers of the scheduler, those of the periodic tasks, the timer.
+TEST(ShortageEverywhere, CostsTheRunsOfThatTimeAndNoMore)
+{
+  isSpared = true;
+  const ku::log::Capture log(ku::log::Level::Fatal);
+  FiltrixPrivate registry;
+  registry.addFilter(
+      std::make_shared<FunctionFilter>("Fresh", std::vector<std::string>{"in"}, std::vector<std::string>{"out"},
+                                       [](const DataList& inputs) { return DataList{makeData(inputs[0]->toInt())}; }));
+  ASSERT_TRUE(registry.loadProgram("source s { 0 } process p(Fresh, 3, 500.0) { in <= s; out => o; }"
+                                   "process q(Fresh, 1, 100.0) { in <= p:o; out => o; }"));
+  std::int32_t fed = 0;
+  ku::PeriodicTask feeder;
+  feeder.setUsPeriod(3'000);
+  feeder.setCallback(
+      [&]
+      {
+        std::string text = "a text too long to stand in the string itself";
+        text += std::to_string(fed);
+        registry.setData("s", makeData(++fed));
+      });
+  feeder.start();
+  ASSERT_TRUE(registry.startScheduler());
+  std::int32_t seen = 0;
+  const auto goesOn = [&]
+  {
+    return eventually(
+        [&]
+        {
+          const DataPtr value = registry.getLastData("q:o");
+          return value && number(value) > seen + 5;
+        });
+  };
+  for (int round = 0; round < 5; ++round)
+  {
+    ASSERT_TRUE(goesOn()) << "round " << round;
+    const std::int64_t before = allRefusals;
+    isAllGone = true;
+    EXPECT_TRUE(eventually([&] { return allRefusals >= before + 20; }));
+    std::this_thread::sleep_for(100ms);
+    isAllGone = false;
+    seen = number(registry.getLastData("q:o"));
+  }
+  EXPECT_TRUE(goesOn());
+  registry.stopScheduler();
+  feeder.stop();
+  isSpared = false;
+}
 
 // How many there are of something now, and after the same has been done many times.
 void expectFlat(int times, const std::function<std::int64_t()>& count, const std::function<void()>& act)

@@ -77,39 +77,49 @@ private:
   std::shared_ptr<State> state;
 };
 
+/// Writes a line of parts. A line for which there is no memory is lost, like one for which there is no way out: who
+/// tells of a fault must not fail over it.
 template <typename... Args>
-void format(Level level, std::string_view category, fmt::format_string<Args...> text, Args&&... args)
+void format(Level level, std::string_view category, fmt::format_string<Args...> text, Args&&... args) noexcept
 {
-  if (isEnabled(level, category))
+  if (!isEnabled(level, category))
+    return;
+  try
+  {
     write(level, category, fmt::format(text, std::forward<Args>(args)...));
+  }
+  catch (...)
+  {
+    write(level, category, "a line of the log is lost: there is no memory for it");
+  }
 }
 
 template <typename... Args>
-void fatal(std::string_view category, fmt::format_string<Args...> text, Args&&... args)
+void fatal(std::string_view category, fmt::format_string<Args...> text, Args&&... args) noexcept
 {
   format(Level::Fatal, category, text, std::forward<Args>(args)...);
 }
 
 template <typename... Args>
-void error(std::string_view category, fmt::format_string<Args...> text, Args&&... args)
+void error(std::string_view category, fmt::format_string<Args...> text, Args&&... args) noexcept
 {
   format(Level::Error, category, text, std::forward<Args>(args)...);
 }
 
 template <typename... Args>
-void warning(std::string_view category, fmt::format_string<Args...> text, Args&&... args)
+void warning(std::string_view category, fmt::format_string<Args...> text, Args&&... args) noexcept
 {
   format(Level::Warning, category, text, std::forward<Args>(args)...);
 }
 
 template <typename... Args>
-void info(std::string_view category, fmt::format_string<Args...> text, Args&&... args)
+void info(std::string_view category, fmt::format_string<Args...> text, Args&&... args) noexcept
 {
   format(Level::Info, category, text, std::forward<Args>(args)...);
 }
 
 template <typename... Args>
-void verbose(std::string_view category, fmt::format_string<Args...> text, Args&&... args)
+void verbose(std::string_view category, fmt::format_string<Args...> text, Args&&... args) noexcept
 {
   format(Level::Verbose, category, text, std::forward<Args>(args)...);
 }

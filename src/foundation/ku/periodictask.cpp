@@ -11,6 +11,7 @@
 #include <condition_variable>
 #include <exception>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <stdexcept>
 #include <thread>
@@ -146,6 +147,25 @@ private:
       ticket = Timer::shared().plan(due, [job] { ThreadPool::shared().post(job); });
   }
 
+  // The same after a call. Without a plan there would be no call any more: what there is no memory for is tried again.
+  void _planSurely(std::unique_lock<std::mutex>& lock)
+  {
+    while (isStarted)
+    {
+      try
+      {
+        _plan();
+        return;
+      }
+      catch (const std::bad_alloc&)
+      {
+        lock.unlock();
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        lock.lock();
+      }
+    }
+  }
+
   void _call(std::uint64_t wantedEra)
   {
     std::shared_ptr<const Callback> current;
@@ -159,12 +179,18 @@ private:
       current = callback;
     }
     const Clock::time_point begin = Clock::now();
-    const auto failure = failureOf(*current);
-    if (failure)
-      _tell(*failure);
+    try
+    {
+      if (const auto failure = failureOf(*current))
+        _tell(*failure);
+    }
+    catch (const std::bad_alloc&)
+    {
+      // There is no memory to tell of it.
+    }
     current.reset();  // before the end is told: nothing of a stopped task's callback may be left in use
 
-    const std::lock_guard lock(mutex);
+    std::unique_lock lock(mutex);
     isCalling = false;
     ++endedCalls;
     if (isStarted)
@@ -172,7 +198,7 @@ private:
       // Another era's start has set its own time already.
       if (era == wantedEra)
         due = _nextDue(begin, Clock::now());
-      _plan();
+      _planSurely(lock);
     }
     changed.notify_all();
   }

@@ -113,13 +113,15 @@ bool ThreadPool::_isTooMany()
 bool ThreadPool::_start()
 try
 {
-  workers.reserve(workers.size() + 1);  // so that nothing throws while an unowned thread runs
+  // So that nothing throws while an unowned thread runs, nor when a worker leaves.
+  workers.reserve(workers.size() + 1);
+  leaving.reserve(leaving.size() + workers.size() + 1);
   workers.emplace_back([this] { _work(); });
   isShort = false;
   return true;
 }
 
-catch (const std::system_error& error)
+catch (const std::exception& error)  // no more threads, or no memory for one
 {
   if (!std::exchange(isShort, true))
     log::warning(category, "no more than {} threads: {}", workers.size(), error.what());

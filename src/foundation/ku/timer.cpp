@@ -8,21 +8,32 @@
 #include <algorithm>
 #include <exception>
 #include <limits>
+#include <new>
+#include <utility>
 
 namespace ku
 {
 namespace
 {
-void perform(const Timer::Action& action)
+/// When what could not be done for want of memory is tried again.
+constexpr std::chrono::milliseconds retry{10};
+
+// False when there was no memory for it.
+bool perform(const Timer::Action& action)
 {
   try
   {
     action();
   }
+  catch (const std::bad_alloc&)
+  {
+    return false;
+  }
   catch (const std::exception& error)
   {
     log::error("ku.timer", "what was due could not be done: {}", error.what());
   }
+  return true;
 }
 }  // namespace
 
@@ -104,7 +115,15 @@ void Timer::_doUpTo(Clock::time_point time)
     while (planned.begin() != end)
       due.insert(due.end(), planned.extract(planned.begin()));
   }
-  for (const auto& [ticket, action] : due)
-    perform(action);
+  while (!due.empty())
+  {
+    auto entry = due.extract(due.begin());
+    if (perform(entry.mapped()))
+      continue;
+    const std::lock_guard lock(mutex);
+    entry.key() = {Clock::now() + retry, nextNumber++};
+    if (!isEnding)
+      planned.insert(std::move(entry));
+  }
 }
 }  // namespace ku
