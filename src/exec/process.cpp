@@ -2,13 +2,16 @@
 
 #include "filtrix/ku/log.h"
 #include "graph/runrecovery.h"
+#include "graph/valuelistener.h"
 
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 namespace ZR::Filtrix
@@ -16,6 +19,11 @@ namespace ZR::Filtrix
 namespace
 {
 constexpr const char* category = "filtrix.process";
+
+/// How long a callback within a run waits for the run of another process.
+constexpr std::chrono::seconds callbackPatience{1};
+
+thread_local int runsHere = 0;  // of processes that read one another, that this thread is in
 
 // At frequency 0, and at rates that no count of microseconds can hold, the longest there is.
 std::int64_t periodOf(float frequency)
@@ -40,6 +48,7 @@ public:
   {
     process.runner.store(std::this_thread::get_id(), std::memory_order_relaxed);
     start = ku::Clock::now();
+    ++runsHere;
   }
 
   RunGuard(const RunGuard&) = delete;
@@ -47,6 +56,7 @@ public:
 
   ~RunGuard()
   {
+    --runsHere;
     process.runner.store(std::thread::id(), std::memory_order_relaxed);
     process.statistics.addRun(start, ku::Clock::now() - start,
                               complete ? RunStatistics::Outcome::Done : RunStatistics::Outcome::Failed);
@@ -113,8 +123,8 @@ bool Process::run(Time time)
     ku::log::error(category, "run(\"{}\"): the process is asked to run within its own run.{}", getName(), originText());
     return false;
   }
-  const std::lock_guard lock(mutex);
-  if (!isLive())
+  const auto lock = _lock("run");
+  if (!lock.owns_lock() || !isLive())
     return false;
   if (isTooEarly(time))
   {
@@ -189,7 +199,9 @@ void Process::reset()
                    originText());
     return;
   }
-  const std::lock_guard lock(mutex);
+  const auto lock = _lock("reset");
+  if (!lock.owns_lock())
+    return;
   _clearBrokenRun();
   statistics.clear();
   lastRun = 0;
@@ -205,8 +217,27 @@ void Process::recover()
 {
   if (!hasFailed() || _isRunningHere())
     return;
-  const std::lock_guard lock(mutex);
-  _clearBrokenRun();
+  if (const auto lock = _lock("recover"); lock.owns_lock())
+    _clearBrokenRun();
+}
+
+std::unique_lock<std::mutex> Process::_lock(const char* operation) const
+{
+  if (runsHere == 0 || !ValueListeners::isFiring())
+    return std::unique_lock(mutex);
+  std::unique_lock lock(mutex, std::try_to_lock);
+  const auto end = std::chrono::steady_clock::now() + callbackPatience;
+  while (!lock.owns_lock() && std::chrono::steady_clock::now() < end)
+  {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    static_cast<void>(lock.try_lock());
+  }
+  if (!lock.owns_lock())
+    ku::log::error(category,
+                   "{}(\"{}\"): the process has been running for a second while a callback within another one's run "
+                   "waits for it; the callback goes on without.{}",
+                   operation, getName(), originText());
+  return lock;
 }
 
 void Process::_clearBrokenRun()

@@ -58,6 +58,10 @@ public:
 
   /// One run at `time`. False when the process is not live, or is running on this very thread; true otherwise, also
   /// when it is too early, or nothing has changed, and nothing was pulled.
+  ///
+  /// A run in progress is waited for. But a callback within the run of another process, asking for this one, waits for
+  /// a second at most: two that ask for each other would else wait for ever. Then there is no run, a log line, and
+  /// false. `getData` gives the last value in that case.
   bool run(Time time);
 
   /// Runs at `time` if due, and gives the sink's value. Throws std::runtime_error when there is no such sink.
@@ -160,6 +164,7 @@ private:
   bool _noteSourceVersions();
   void _pull(Time time, const ProcessKey& runKey);
   void _clearBrokenRun();
+  [[nodiscard]] std::unique_lock<std::mutex> _lock(const char* operation) const;
   [[nodiscard]] bool _isRunningHere() const noexcept;
 
   // Held for the whole of a run, before any node's mutex. Guards sourceVersions and failedKey.

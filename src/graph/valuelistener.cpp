@@ -10,7 +10,20 @@ namespace ZR::Filtrix
 namespace
 {
 constexpr const char* category = "filtrix.event";
-}
+
+thread_local int firing = 0;  // listeners, one within the other, that this thread is in
+
+class Firing
+{
+public:
+  Firing() noexcept { ++firing; }
+
+  Firing(const Firing&) = delete;
+  Firing& operator=(const Firing&) = delete;
+
+  ~Firing() { --firing; }
+};
+}  // namespace
 
 void ValueListeners::add(std::shared_ptr<ValueListener> listener)
 {
@@ -35,6 +48,7 @@ void ValueListeners::fire(const DataPtr& value) const
   const auto list = current();
   if (!list)
     return;
+  const Firing mark;
   for (const auto& listener : *list)
   {
     try
@@ -50,6 +64,11 @@ void ValueListeners::fire(const DataPtr& value) const
       ku::log::error(category, "an event failed: unknown exception");
     }
   }
+}
+
+bool ValueListeners::isFiring() noexcept
+{
+  return firing > 0;
 }
 
 std::size_t ValueListeners::size() const

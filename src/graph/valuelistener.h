@@ -34,6 +34,9 @@ public:
   /// nor the listeners after it.
   void fire(const DataPtr& value) const;
 
+  /// True when this thread is within a listener.
+  [[nodiscard]] static bool isFiring() noexcept;
+
   [[nodiscard]] std::size_t size() const;
 
 private:

@@ -13,6 +13,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <stdexcept>
 
 namespace ZR
@@ -325,6 +326,9 @@ void ZRFiltrix::setMotionSource(const std::string& sourceName, const std::vector
     ku::log::error(category, "data must contain 6 coordinates");
     return;
   }
+  if (!std::ranges::all_of(data, [](float coordinate) { return std::isfinite(coordinate); }))
+    ku::log::warning(category, "the data of the motion source \"{}\" should be 6 finite coordinates, got {}",
+                     sourceName, fmt::join(data, " "));
   filtrixPrivate->setData(
       sourceName, Filtrix::makeData(Filtrix::Type::Vector6{data[0], data[1], data[2], data[3], data[4], data[5]}));
 }

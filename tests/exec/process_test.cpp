@@ -7,16 +7,23 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
+#include <atomic>
+#include <barrier>
 #include <cmath>
 #include <limits>
+#include <thread>
 
 namespace ZR::Filtrix::Test
 {
 namespace
 {
+using testing::Each;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 
 class ProcessTest : public testing::Test
 {
@@ -242,6 +249,42 @@ TEST_F(ProcessTest, ARunWithinItselfIsRefusedInsteadOfLocking)
   EXPECT_EQ(seen, 2) << "the value that has just come";
   EXPECT_THAT(log.texts(), ElementsAre("reset(\"p\"): the process is asked to reset within its own run.",
                                        "run(\"p\"): the process is asked to run within its own run."));
+}
+
+// Each of two callbacks asks for the process whose callback asks for its own.
+TEST(Callbacks, ThatWaitForOneAnotherGoOn)
+{
+  const ku::log::Capture log;
+  const NodeSourcePtr source = makeSource("s", makeData(1));
+  std::barrier both(2);
+  std::array<ProcessPtr, 2> processes;
+  std::array<DataPtr, 2> seen;
+  std::array<std::atomic<bool>, 2> isCalled{};
+  std::vector<std::shared_ptr<NodeFilter>> nodes;
+  for (std::size_t i = 0; i < 2; ++i)
+  {
+    nodes.push_back(makeNode("n", makeIncrement()));
+    link(*source, *nodes.back());
+    const NodeSinkPtr sink = makeSink("sink", *nodes.back());
+    processes[i] = makeProcess(i == 0 ? "a" : "b", {sink});
+    sink->addEvent(std::make_shared<Event>(
+        [&, i](const DataPtr&)
+        {
+          if (isCalled[i].exchange(true))
+            return;  // by the other one, who got through in the end
+          both.arrive_and_wait();
+          seen[i] = processes[1 - i]->getData("sink", seconds(9));
+        }));
+  }
+  {
+    const std::jthread one([&] { EXPECT_TRUE(processes[0]->run(seconds(1))); });
+    const std::jthread two([&] { EXPECT_TRUE(processes[1]->run(seconds(1))); });
+  }
+  EXPECT_EQ(number(seen[0]), 2);
+  EXPECT_EQ(number(seen[1]), 2);
+  ASSERT_THAT(log.texts(), Not(IsEmpty()));
+  EXPECT_THAT(log.texts(), Each(EndsWith("): the process has been running for a second while a callback within another "
+                                         "one's run waits for it; the callback goes on without.")));
 }
 
 // What must hold after a run that threw, wherever the filter stands.

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 #include <string>
 #include <vector>
@@ -171,6 +172,11 @@ TEST(Module, TakesPositionsOfSixCoordinates)
              ZRValue::array(ZRValue::array(1, 2, 3, 0.1, 0.2, 0.3), ZRValue::array(1, 2)));
   EXPECT_FALSE(coordinates("head").isNull());
   EXPECT_TRUE(coordinates("hand").isNull());
+
+  bench.log.clear();
+  bench.module->setMotionSource("hand", {1, 2, std::nanf(""), 4, 5, 6});
+  EXPECT_THAT(bench.log.texts("vision.zrfiltrix"),
+              ElementsAre("the data of the motion source \"hand\" should be 6 finite coordinates, got 1 2 nan 4 5 6"));
 }
 
 TEST(Module, HandsImagesOut)
