@@ -11,6 +11,7 @@
 #include "filtrix/image.h"
 #include "filtrix/ku/clock.h"
 #include "filtrix/ku/periodictask.h"
+#include "filtrix/userfilter.h"
 #include "graph/dotgraph.h"
 #include "module/valuebridge.h"
 #include "program/programkit.h"
@@ -428,7 +429,7 @@ TEST(LongUptime, RunsCostNoMemory)
   ASSERT_TRUE(registry.loadProgram(program));
   std::int32_t value = 0;
   expectFlat(
-      200'000, [] { return livingBlocks.load(); },
+      1'000'000, [] { return livingBlocks.load(); },
       [&]
       {
         clock.advance(10ms);
@@ -454,7 +455,7 @@ TEST(LongUptime, RunsThatFailEverySecondTimeCostNoMemory)
                                    "source s { 1 } process p(F, 1, 1000.0) { in <= s; first => a; second => b; }"));
   int failures = 0;
   expectFlat(
-      20'000, [] { return livingBlocks.load(); },
+      100'000, [] { return livingBlocks.load(); },
       [&]
       {
         clock.advance(10ms);
@@ -472,18 +473,42 @@ TEST(LongUptime, RunsThatFailEverySecondTimeCostNoMemory)
   EXPECT_GT(failures, 5'000);
 }
 
+// Keeps the sum of its inputs.
+class Sum final : public UserFilter
+{
+public:
+  std::string getName() override { return "Sum"; }
+
+  std::string getDescription() override { return ""; }
+
+  std::vector<std::string> getInputs() override { return {"in"}; }
+
+  std::vector<std::string> getOutputs() override { return {"out"}; }
+
+  bool isStateful() override { return true; }
+
+  DataList run(const DataList& inputs) override
+  {
+    setMemory(makeData(inputs[0]->toInt() + (getMemory() ? getMemory()->toInt() : 0)));
+    return {getMemory()};
+  }
+};
+
 TEST(LongUptime, ProgramsThatComeAndGoCostNoMemory)
 {
   ku::ManualClock clock;
   FiltrixPrivate registry;
   addLibrary(registry);
+  registry.addFilter(std::make_shared<Sum>());
   expectFlat(
-      2'000, [] { return livingBlocks.load(); },
+      100'000, [] { return livingBlocks.load(); },
       [&]
       {
         ASSERT_TRUE(registry.loadProgram(program));
+        ASSERT_TRUE(registry.loadProgram("process sum(Sum, 3, 1000.0) { in <= p:o; out => o; }"));
         clock.advance(1s);
         ASSERT_EQ(number(registry.getData("q:o")), 7);
+        ASSERT_EQ(number(registry.getData("sum:o")), 7) << "no state of the one before";
         clear(registry);
       });
 }
