@@ -6,7 +6,10 @@
 
 #include <fmt/core.h>
 
+#include <array>
+#include <atomic>
 #include <cmath>
+#include <cstdint>
 #include <memory>
 
 namespace ZR::Filtrix::Bench
@@ -19,6 +22,26 @@ Loop secondThrough(const Graph& chain)
   auto graph = std::make_shared<Graph>(chain);
   graph->finish("second", onlyOutput(*chain.nodes.back()));
   return {[graph] { graph->run(); }, static_cast<double>(chain.nodes.size())};
+}
+
+// Sums that do not wait for one another, so that a core has always several to work on at once. What two such loops cost
+// on two threads tells whether the machine's processors are cores of their own.
+Loop makeArithmetic()
+{
+  constexpr int steps = 1000;
+  const auto result = std::make_shared<std::atomic<std::uint64_t>>(1);
+  const auto run = [result]
+  {
+    std::array<std::uint64_t, 6> sums{};
+    sums.fill(result->load(std::memory_order_relaxed));
+    for (std::uint64_t step = 0; step < steps; ++step)
+    {
+      for (std::uint64_t& sum : sums)
+        sum = (sum ^ step) + (sum << 3U);
+    }
+    result->store(sums[0] + sums[1] + sums[2] + sums[3] + sums[4] + sums[5], std::memory_order_relaxed);
+  };
+  return {run, steps};
 }
 }  // namespace
 
@@ -45,5 +68,8 @@ void measureHops(Report& report, const Settings& settings)
   const Loop floor = makeFloor(100);
   report.add("two floors on two threads, per hop", "one floor alone",
              compareInRounds(settings.rounds, loopOnTwoThreads(floor, makeFloor(100)), floor));
+  const Loop arithmetic = makeArithmetic();
+  report.add("two loops of plain sums on two threads", "one loop alone",
+             compareInRounds(settings.rounds, loopOnTwoThreads(arithmetic, makeArithmetic()), arithmetic));
 }
 }  // namespace ZR::Filtrix::Bench
