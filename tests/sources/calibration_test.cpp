@@ -179,6 +179,9 @@ INSTANTIATE_TEST_SUITE_P(
                 "cameraMatrix: !!opencv-matrix\n   rows: 3\n   cols: 3\n   dt: f\n"
                 "   data: [ .Nan, 1., 1., 1., 1., 1., 1., 1., 1. ]\n",
                 "expected finite numbers"},
+        BadFile{"BinaryData", "cameraMatrix",
+                "cameraMatrix: !!opencv-matrix\n   rows: 3\n   cols: 3\n   dt: f\n   data:!!binary 5., 1. ]\n",
+                "expected no type but \"!!opencv-matrix\", came \"!!binary\""},
         BadFile{"NotYaml", "width", "<<<>>>\n", "expected one YAML document"},
         BadFile{"NotYamlLater", "height", "<<<>>>\n", "rror"},
         BadFile{"KeysThatDoNotStartTheirLines", "width", "   width: 640\n--- : 2\n", "came \"   width: 640\""},

@@ -106,6 +106,21 @@ void requireOneDocument(const std::string& text)
   }
 }
 
+// A matrix is the one type that a calibration names. Of bytes that are said to be binary the reader looks for the end,
+// for ever when it is not there.
+void requireMatricesAlone(const std::string& text)
+{
+  constexpr std::string_view matrix = "!!opencv-matrix";
+  const std::string_view whole = text;
+  for (std::size_t at = whole.find('!'); at != std::string_view::npos; at = whole.find('!', at + matrix.size()))
+  {
+    const std::string_view found = whole.substr(at);
+    if (!found.starts_with(matrix))
+      throw std::runtime_error(fmt::format("expected no type but \"{}\", came \"{}\"", matrix,
+                                           found.substr(0, std::min(found.find_first_of(" \r\n"), longestQuote))));
+  }
+}
+
 // A text or a number that is too large would come out of the reader as some number all the same.
 int readSide(const cv::FileStorage& file, const char* key)
 {
@@ -172,6 +187,7 @@ Calibration parse(const std::string& text)
 {
   requireShallow(text);
   requireOneDocument(text);
+  requireMatricesAlone(text);
   const cv::FileStorage file(text, cv::FileStorage::READ | cv::FileStorage::MEMORY | cv::FileStorage::FORMAT_YAML);
   Calibration read;
   read.width = readSide(file, "width");
