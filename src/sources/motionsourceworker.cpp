@@ -1,13 +1,18 @@
 #include "sources/motionsourceworker.h"
 
+#include "filtrix/ku/log.h"
 #include "filtrix/vectors.h"
 #include "program/filtrixprivate.h"
 #include "sources/aside.h"
+
+#include <fmt/format.h>
 
 #include <pthread.h>
 
 #include <algorithm>
 #include <cmath>
+#include <set>
+#include <string>
 #include <utility>
 
 namespace ZR::Filtrix
@@ -19,6 +24,9 @@ using std::chrono::milliseconds;
 constexpr const char* category = "filtrix.motionsourceworker";
 constexpr const char* threadName = "MotionSrcWorker";
 constexpr std::size_t coordinates = 6;
+
+/// Each costs three sources, and a call of the service whenever one of them is wanted.
+constexpr std::size_t mostSensors = 4096;
 
 // How long the worker sleeps at least and at most.
 constexpr milliseconds shortestDelay{1};
@@ -40,9 +48,13 @@ std::string substituteFor(const std::string& sensor, bool noDepthCamera, bool no
   return sensor == "CameraTop" && noTopCamera ? "CameraLeft" : sensor;
 }
 
-bool isUsable(const std::vector<float>& position)
+// What is wrong with a position; empty for nothing.
+std::string faultOf(const std::vector<float>& position)
 {
-  return position.size() == coordinates && std::ranges::all_of(position, [](float x) { return std::isfinite(x); });
+  if (position.size() != coordinates)
+    return fmt::format("came {}", position.size());
+  const auto bad = std::ranges::find_if_not(position, [](float x) { return std::isfinite(x); });
+  return bad == position.end() ? std::string() : fmt::format("came {} as number {}", *bad, bad - position.begin() + 1);
 }
 
 bool hasChanged(const std::vector<float>& before, const std::vector<float>& now)
@@ -98,6 +110,14 @@ void MotionSourceWorker::_findSensors()
   if (proxy)
     calls.make("Error when calling ZRMotion::getSensorNames:", [&]
                { names = ask("ZRMotion::getSensorNames", [proxy = proxy] { return (*proxy)->getSensorNames(); }); });
+  std::set<std::string> different;
+  std::erase_if(names, [&](const std::string& name) { return !different.insert(name).second; });
+  if (names.size() > mostSensors)
+  {
+    ku::log::warning(category, "the robot has {} sensors, expected at most {}: the others are left out", names.size(),
+                     mostSensors);
+    names.resize(mostSensors);
+  }
   // A service that lists no sensors is no reason to believe that there is a stereo head.
   if (names.empty())
     return;
@@ -110,9 +130,9 @@ void MotionSourceWorker::_findSensors()
   }
   for (const std::string& name : names)
     sensors.push_back({substituteFor(name, noDepthCamera, noTopCamera),
-                       {{{"Motion_" + name + "<TORSO>", MotionFrame::Torso, {}},
-                         {"Motion_" + name + "<ROBOT>", MotionFrame::Robot, {}},
-                         {"Motion_" + name + "<WORLD>", MotionFrame::World, {}}}}});
+                       {{{"Motion_" + name + "<TORSO>", MotionFrame::Torso, {}, {}},
+                         {"Motion_" + name + "<ROBOT>", MotionFrame::Robot, {}, {}},
+                         {"Motion_" + name + "<WORLD>", MotionFrame::World, {}, {}}}}});
 }
 
 void MotionSourceWorker::_createSources(FiltrixPrivate& alive) const
@@ -144,9 +164,15 @@ milliseconds MotionSourceWorker::_update(const std::string& serviceName, Positio
     frequency = alive->getSourceDemand(position.sourceName);
   if (frequency <= 0.0F || interrupted)
     return longestDelay;
-  const std::vector<float> now = _getPosition(serviceName, position.frame);
-  if (isUsable(now) && hasChanged(position.lastSent, now))
-    _publish(position, now);
+  const auto now = _getPosition(serviceName, position.frame);
+  if (!now)
+    return delayFor(frequency);
+  std::string fault = faultOf(*now);
+  if (!fault.empty() && fault != position.fault)
+    ku::log::error(category, "{}: expected {} finite coordinates, {}", position.sourceName, coordinates, fault);
+  position.fault = std::move(fault);
+  if (position.fault.empty() && hasChanged(position.lastSent, *now))
+    _publish(position, *now);
   return delayFor(frequency);
 }
 
@@ -161,11 +187,12 @@ void MotionSourceWorker::_publish(Position& position, const std::vector<float>& 
   position.lastSent = now;
 }
 
-std::vector<float> MotionSourceWorker::_getPosition(const std::string& serviceName, MotionFrame frame)
+// Nothing when the service has failed, which is told.
+std::optional<std::vector<float>> MotionSourceWorker::_getPosition(const std::string& serviceName, MotionFrame frame)
 {
   if (!proxy)
     return std::vector<float>(coordinates, 0.0F);
-  std::vector<float> position;
+  std::optional<std::vector<float>> position;
   calls.make("Error when calling ZRMotion::getPosition:",
              [&] { position = (*proxy)->getPosition(serviceName, frame, true); });
   return position;

@@ -82,7 +82,8 @@ INSTANTIATE_TEST_SUITE_P(Lists, SensorListTest,
                          testing::Values(ListCase{"Empty", {"CameraTop"}, 0},
                                          ListCase{"Twice", {"LFoot", "LFoot", "CameraTop", "LFoot"}, 1},
                                          ListCase{"StrangeNames", {"<", "a<b>", "", "\xff", "a b"}, 5},
-                                         ListCase{"Long", many(2000), 2000}),
+                                         ListCase{"Long", many(2000), 2000},
+                                         ListCase{"EndlessButForItsLimit", many(10'000), 4096}),
                          [](const auto& row) { return std::string(row.param.name); });
 
 // Programs that toggle a process must not use up the service's subscriptions.

@@ -6,6 +6,8 @@
 #include <fmt/format.h>
 
 #include <functional>
+#include <stdexcept>
+#include <string>
 
 namespace ZR::Filtrix::Test
 {
@@ -21,30 +23,34 @@ public:
                               int framesPerSecond) override
   {
     calls.add(fmt::format("subscribe {} {} {} {} {}", name, camera, resolution, colorSpace, framesPerSecond));
-    return subscribe();
+    return opened = subscribe();
   }
 
   void unsubscribe(const std::string& id) override
   {
     calls.add("unsubscribe " + id);
+    _requireOpened(id);
     onUnsubscribe();
   }
 
   std::shared_ptr<const ZRImage> getImageLocal(const std::string& id) override
   {
     calls.add("get " + id);
+    _requireOpened(id);
     return nextImage();
   }
 
   void releaseImage(const std::string& id) override
   {
     calls.add("release " + id);
+    _requireOpened(id);
     onRelease();
   }
 
   void setFrameRate(const std::string& id, int framesPerSecond) override
   {
     calls.add(fmt::format("rate {} {}", id, framesPerSecond));
+    _requireOpened(id);
     onRate();
   }
 
@@ -56,5 +62,15 @@ public:
   std::function<void()> onUnsubscribe = [] {};
   std::function<void()> onRelease = [] {};
   std::function<void()> onRate = [] {};
+  bool refuseUnknown = false;  // subscriptions that it has not given
+
+private:
+  void _requireOpened(const std::string& id) const
+  {
+    if (refuseUnknown && id != opened)
+      throw std::runtime_error("unknown subscription " + id);
+  }
+
+  std::string opened;
 };
 }  // namespace ZR::Filtrix::Test

@@ -1,6 +1,7 @@
 #include "sources/vision/videosourceworker.h"
 
 #include "filtrix/image.h"
+#include "filtrix/ku/clock.h"
 #include "filtrix/ku/path.h"
 #include "graph/nodesource.h"
 #include "platform/images.h"
@@ -359,6 +360,81 @@ TEST_F(VideoSourceWorkerTest, WaitsInSilenceForAServiceThatComesLater)
     late.step();
   EXPECT_THAT(camera->calls.take(), ElementsAre(StartsWith("subscribe"), "get id", "release id", "rate id 15"));
   EXPECT_TRUE(value());
+}
+
+// A service that is started anew knows nothing of the subscriptions of before.
+TEST_F(VideoSourceWorkerTest, SubscribesAnewToAServiceThatHasComeBack)
+{
+  ku::ManualClock clock;
+  const auto stepFor = [&](std::chrono::seconds length)
+  {
+    const auto end = ku::Clock::now() + length;
+    while (ku::Clock::now() < end)
+      clock.advance(std::max(worker.step(), std::chrono::microseconds(100'000)));
+  };
+  begin();
+  worker.step();
+  ASSERT_TRUE(value());
+  for (int times = 0; times < 50; ++times)
+  {
+    bench.host.broker()->remove(CameraService::serviceName);
+    stepFor(std::chrono::seconds(times % 5));
+    const auto restarted = std::make_shared<ScriptedCamera>();
+    restarted->subscribe = [times] { return "again" + std::to_string(times); };
+    restarted->nextImage = [this] { return frameAt(++time); };
+    restarted->refuseUnknown = true;
+    bench.host.broker()->add(restarted);
+    stepFor(std::chrono::seconds(5));
+    ASSERT_TRUE(value()) << "time " << times;
+    EXPECT_EQ(value()->timestamp(), Time(time));
+    const auto calls = restarted->calls.take();
+    EXPECT_EQ(std::ranges::count_if(calls, [](const auto& call) { return call.starts_with("subscribe "); }), 1);
+  }
+  EXPECT_THAT(log(), testing::SizeIs(testing::Le(4 * 50))) << "some lines each time, not one for each fetch";
+}
+
+TEST_F(VideoSourceWorkerTest, ShowsNothingWhileTheServiceIsGone)
+{
+  ku::ManualClock clock;
+  begin();
+  worker.step();
+  ASSERT_TRUE(value());
+  camera->nextImage = []() -> Frame { throw std::runtime_error("broken"); };
+  camera->subscribe = []() -> std::string { throw std::runtime_error("no camera 0"); };
+  camera->calls.take();
+  worker.step();
+  clock.advance(std::chrono::milliseconds(999));
+  worker.step();
+  EXPECT_TRUE(value()) << "it may still be a hitch";
+  clock.advance(std::chrono::milliseconds(1));
+  worker.step();
+  EXPECT_FALSE(value());
+  EXPECT_THAT(camera->calls.take(), ElementsAre("get id", "get id", "get id", "unsubscribe id"));
+  for (int i = 0; i < 10; ++i)
+    EXPECT_GE(worker.step(), std::chrono::milliseconds(500)) << "unlike a first subscription it is tried again";
+  camera->subscribe = [] { return "other"; };
+  camera->nextImage = [this] { return frameAt(++time); };
+  worker.step();
+  worker.step();
+  EXPECT_TRUE(value());
+  EXPECT_THAT(log(),
+              ElementsAre("Error when calling ZRVideoDevice::getImageLocal: broken",
+                          std::string(sourceName) + ": fetching frames has failed for 1 s; the subscription counts "
+                                                    "as lost, and is made anew.",
+                          "Error when calling ZRVideoDevice::subscribeCamera: no camera 0"));
+}
+
+TEST_F(VideoSourceWorkerTest, TellsOnceThatTimesGoBack)
+{
+  begin();
+  for (const std::int64_t at : {5000, 6000, 4000, 7000, 3000})
+  {
+    camera->nextImage = [at] { return frameAt(at); };
+    worker.step();
+    ASSERT_TRUE(value());
+    EXPECT_EQ(value()->timestamp(), Time(at));
+  }
+  EXPECT_THAT(log(), ElementsAre(std::string(sourceName) + ": the times of the frames go back, from 6000 to 4000 us"));
 }
 
 TEST_F(VideoSourceWorkerTest, NothingComesOutOnceItIsClosed)

@@ -32,6 +32,10 @@ constexpr microseconds backToBack{10};
 constexpr microseconds afterStaleFrame{2'000};
 constexpr microseconds afterNothing{30'000};
 constexpr microseconds whileUnwanted{200'000};
+constexpr microseconds whileLost{1'000'000};
+
+/// Fetches that have failed for so long will not succeed again under the same subscription.
+constexpr std::chrono::seconds lossAfter(1);
 
 // Frames per second.
 constexpr float slowest = 1.0F;
@@ -102,10 +106,13 @@ microseconds VideoSourceWorkerBase::_subscribe(float demand)
                                                                     view.colorSpace, framesPerSecond);
                                    });
   if (isCalled && id.empty())
-    ku::log::error(category, "Error when calling ZRVideoDevice::subscribeCamera.");
+    calls.tell("Error when calling ZRVideoDevice::subscribeCamera.", "");
+  if (id.empty() && isAnew)
+    return whileLost;  // the service may be on its way back
   failed = id.empty();
   if (failed)
     return backToBack;
+  isAnew = false;
   subscriptionId = id;
   {
     const std::lock_guard lock(mutex);
@@ -124,6 +131,23 @@ void VideoSourceWorkerBase::_end()
   subscriptionId.clear();
   proxy.reset();
   frameRate = 0;
+  failingSince.reset();
+}
+
+bool VideoSourceWorkerBase::_isLost() const
+{
+  return failingSince && ku::Clock::now() - *failingSince >= lossAfter;
+}
+
+// What is lost is not shown as if it were what the camera sees.
+microseconds VideoSourceWorkerBase::_giveUp()
+{
+  ku::log::error(category,
+                 "{}: fetching frames has failed for {} s; the subscription counts as lost, and is made anew.",
+                 sourceName, lossAfter.count());
+  isAnew = true;
+  _end();
+  return backToBack;
 }
 
 void VideoSourceWorkerBase::_unsubscribe(ServiceCalls& with)
@@ -149,6 +173,8 @@ microseconds VideoSourceWorkerBase::_deliver(float demand)
   }
   if (const DataPtr image = getImage())
     _publish(image);
+  if (_isLost())
+    return _giveUp();
   _updateFrameRate(demand);
   return pause;
 }
@@ -163,9 +189,12 @@ DataPtr VideoSourceWorkerBase::_takeImage(const Make& make)
   try
   {
     record = (*proxy)->getImageLocal(subscriptionId);
+    failingSince.reset();
   }
   catch (...)
   {
+    if (!failingSince)
+      failingSince = ku::Clock::now();
     if (!_isClosed())  // else it ended because its subscription did
       calls.make("Error when calling ZRVideoDevice::getImageLocal: ", [] { throw; });
   }
@@ -176,6 +205,9 @@ DataPtr VideoSourceWorkerBase::_takeImage(const Make& make)
   if (record->timestamp() != lastTimestamp)
   {
     pause = backToBack;
+    if (record->timestamp() < lastTimestamp && !std::exchange(isBackwardsTold, true))
+      ku::log::warning(category, "{}: the times of the frames go back, from {} to {} us", sourceName, lastTimestamp,
+                       record->timestamp());
     lastTimestamp = record->timestamp();
     calls.make("Can't grab image ! : ", [&] { image = make(*record); });
   }

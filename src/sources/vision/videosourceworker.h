@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filtrix/data.h"
+#include "filtrix/ku/clock.h"
 #include "filtrix/zrimage.h"
 #include "platform/cameraservice.h"
 #include "sources/servicecalls.h"
@@ -10,6 +11,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 namespace ZR::Filtrix
@@ -31,8 +33,10 @@ struct CameraView
 /// and in the value.
 ///
 /// Nothing that the service does ends it: a failure is logged and the round is over; a subscription that failed stays
-/// so, and the source is silent from then on. Without a service the source is silent until there is one. A frame that
-/// is not of the size and colour space that were asked for is refused before a pixel is read.
+/// so, and the source is silent from then on. Without a service the source is silent until there is one. A subscription
+/// whose fetches have failed for a second counts as lost, as it is when the service has been started anew: the source
+/// has no value then, and the worker subscribes again, once a second until it succeeds. A frame that is not of the size
+/// and colour space that were asked for is refused before a pixel is read. Frames whose times go back are told of once.
 ///
 /// While it is subscribed, rounds follow one another and the fetch gives the pace; a service that answers at once with
 /// nothing new is asked again after a while. While nobody wants the source, the worker looks five times a second
@@ -72,6 +76,8 @@ private:
   std::chrono::microseconds _subscribe(float demand);
   std::chrono::microseconds _deliver(float demand);
   void _end();
+  [[nodiscard]] bool _isLost() const;
+  std::chrono::microseconds _giveUp();
   void _unsubscribe(ServiceCalls& with);
   void _updateFrameRate(float demand);
   void _publish(const DataPtr& image) const;
@@ -88,12 +94,15 @@ private:
 
   // For the thread of the round alone.
   ServiceCalls calls;
-  std::string subscriptionId;                // empty: not subscribed
-  std::shared_ptr<const CameraProxy> proxy;  // of the subscription; null: it is one without a camera
-  bool failed = false;                       // for good
-  std::int64_t lastTimestamp = 0;            // microseconds
-  int frameRate = 0;                         // 0: that of the subscription
-  std::chrono::microseconds pause{0};        // after the last fetch
+  std::string subscriptionId;                         // empty: not subscribed
+  std::shared_ptr<const CameraProxy> proxy;           // of the subscription; null: it is one without a camera
+  bool failed = false;                                // for good
+  bool isAnew = false;                                // there was a subscription, and it was lost
+  std::optional<ku::Clock::time_point> failingSince;  // fetches have, without a break
+  std::int64_t lastTimestamp = 0;                     // microseconds
+  bool isBackwardsTold = false;                       // that times go back
+  int frameRate = 0;                                  // 0: that of the subscription
+  std::chrono::microseconds pause{0};                 // after the last fetch
   vision::Stereo stereo;
 
   mutable std::mutex mutex;  // guards the two below; a leaf
