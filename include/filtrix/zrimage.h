@@ -50,7 +50,7 @@ struct ZRImageHeader
   std::int32_t width = 0;       ///< pixels
   std::int32_t height = 0;      ///< pixels
   std::int32_t nbLayers = 0;    ///< bytes per pixel
-  std::int32_t colorSpace = 0;  ///< one of `cameraColorSpaces()`; from a file or a value, also any other number
+  std::int32_t colorSpace = 0;  ///< one of `cameraColorSpaces()`; from a value, also any other number
   std::int64_t timestamp = 0;   ///< microseconds; what zero is, is for the camera service to say
   std::int8_t cameraId = 0;
   ViewAngles angles;
@@ -155,15 +155,17 @@ public:
   /// | 32     | 4 x 4 | version 1 only: left, top, right, bottom angle; else those of a new `ViewAngles`  |
   /// | then   |       | the pixels                                                                        |
   ///
-  /// A record that owns its pixels takes any size; one on external memory only its own. Failures are logged and return
-  /// false, the record as it was, but that a file that breaks off while it is read may leave part of its pixels. No
-  /// memory is taken for pixels that the file does not have.
+  /// A record that owns its pixels takes any size; one on external memory only its own. A colour space that is not ours
+  /// and angles that are not finite are refused; bytes behind the pixels are passed over. Failures are logged and
+  /// return false, the record as it was, but that a file that breaks off while it is read may leave part of its pixels.
+  /// No memory is taken for pixels that the file does not have.
   bool readFile(const std::filesystem::path& path);
 
-  /// Reads the same from memory; bytes behind the pixels are passed over.
+  /// Reads the same from memory.
   bool readMemory(std::span<const std::uint8_t> file);
 
-  /// Writes a `.zri` file of version 1. Failures are logged and return false.
+  /// Writes a `.zri` file of version 1. What `readFile` would refuse is not written. Failures are logged and return
+  /// false, an earlier file as it was.
   [[nodiscard]] bool writeFile(const std::filesystem::path& path) const;
 
   /// Writes a PPM file: YUV422 as RGB, one layer as gray, three layers as they stand. Other pixels cannot be written.

@@ -1,6 +1,7 @@
 #include "filtrix/zrimage.h"
 
 #include "filtrix/ku/log.h"
+#include "foundation/ku/filereplacement.h"
 #include "platform/zrimagechecks.h"
 #include "platform/zrimageyuv.h"
 
@@ -10,7 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cerrno>
+#include <cmath>
 #include <cstddef>
 #include <cstring>
 #include <fstream>
@@ -65,6 +66,18 @@ std::string sizeProblem(std::uint64_t fileSize, const Layout& layout)
                      header.width, header.height, header.nbLayers, pixelsAt);
 }
 
+// What a record may say that a file may not: who reads a file knows the service's colour spaces only, and measures with
+// the angles.
+std::string contentProblem(const ZRImageHeader& header)
+{
+  if (findCameraColorSpace(header.colorSpace) == nullptr)
+    return fmt::format("color space {}, expected one of the camera service's", header.colorSpace);
+  const auto& [left, top, right, bottom] = header.angles;
+  if (std::isfinite(left) && std::isfinite(top) && std::isfinite(right) && std::isfinite(bottom))
+    return {};
+  return fmt::format("angles of {}, {}, {} and {} rad, expected finite numbers", left, top, right, bottom);
+}
+
 // Checks everything that can be checked before memory is taken. `start` is the file's first bytes, all of its head.
 std::optional<Layout> parseHead(std::span<const std::uint8_t> start, std::uint64_t fileSize, const std::string& name)
 {
@@ -93,6 +106,8 @@ std::optional<Layout> parseHead(std::span<const std::uint8_t> start, std::uint64
   }
 
   std::string problem = problemOf(header);
+  if (problem.empty())
+    problem = contentProblem(header);
   if (problem.empty() && file.cameraId.value() != header.cameraId)
     problem = fmt::format("camera {}, expected -128 to 127", file.cameraId.value());
   if (fileSize < layout.pixelsAt)
@@ -128,32 +143,16 @@ bool readInto(std::istream& in, std::span<std::uint8_t> bytes)
   return static_cast<std::size_t>(in.gcount()) == bytes.size();
 }
 
-// Writes a file of two pieces, beside an earlier one of that name until it is whole. What is no plain file, such as a
-// pipe or a link, is written to as it is.
 bool writePieces(const char* caller, const std::filesystem::path& path, std::string_view head,
                  std::span<const std::uint8_t> body)
 {
-  std::error_code error;
-  const auto kind = std::filesystem::symlink_status(path, error).type();
-  const bool isPlain = kind == std::filesystem::file_type::not_found || kind == std::filesystem::file_type::regular;
-  std::filesystem::path draft = path;
-  if (isPlain)
-    draft += ".part";
-  errno = 0;
-  std::ofstream out(draft, std::ios::binary | std::ios::trunc);
-  const bool isOpen = out.is_open();
-  out.write(head.data(), static_cast<std::streamsize>(head.size()));
-  out.write(reinterpret_cast<const char*>(body.data()), static_cast<std::streamsize>(body.size()));
-  out.close();
-  error = out ? std::error_code() : std::error_code(errno, std::generic_category());
-  if (out && isPlain)
-    std::filesystem::rename(draft, path, error);
-  if (out && !error)
-    return true;
-  ku::log::error(zrImageLog, "{}: cannot write \"{}\": {}", caller, path.string(), error.message());
-  if (isPlain && isOpen)
-    std::filesystem::remove(draft, error);
-  return false;
+  ku::FileReplacement file(path);
+  file.write(head);
+  file.write({reinterpret_cast<const char*>(body.data()), body.size()});
+  const std::error_code error = file.commit();
+  if (error)
+    ku::log::error(zrImageLog, "{}: cannot write \"{}\": {}", caller, path.string(), error.message());
+  return !error;
 }
 
 std::vector<std::uint8_t> grayAsRgb(std::span<const std::uint8_t> gray)
@@ -210,6 +209,12 @@ bool ZRImage::readMemory(std::span<const std::uint8_t> file)
 
 bool ZRImage::writeFile(const std::filesystem::path& path) const
 {
+  const std::string problem = contentProblem(head);
+  if (!problem.empty())
+  {
+    ku::log::error(zrImageLog, "writeFile: {}", problem);
+    return false;
+  }
   const auto file = std::bit_cast<std::array<char, headSize>>(toFileHead(head));
   return writePieces("writeFile", path, {file.data(), file.size()}, bytes());
 }

@@ -10,6 +10,7 @@
 #include "graph/nodefilter.h"
 #include "program/filtrixprivate.h"
 #include "program/literal.h"
+#include "program/messages.h"
 
 #include <fmt/format.h>
 
@@ -28,11 +29,14 @@ constexpr const char* category = "filtrix.private";
 class BuildError final : public std::runtime_error
 {
 public:
-  BuildError(const std::string& text, const OriginPtr& origin)
-      : std::runtime_error(origin ? text + " [" + toString(*origin) + "]" : text)
-  {
-  }
+  BuildError(const std::string& text, const OriginPtr& origin) : std::runtime_error(text + placeOf(origin)) {}
 };
+
+void refuseLongName(std::string_view subject, std::string_view name, const OriginPtr& origin)
+{
+  if (const std::string problem = tellIfTooLong(subject, name); !problem.empty())
+    throw BuildError(problem, origin);
+}
 
 std::size_t saturatingSum(std::size_t a, std::size_t b)
 {
@@ -158,6 +162,7 @@ private:
 void exposeInput(FilterComposite& composite, const ExportDeclaration& declaration)
 {
   const auto& [node, port, name, origin] = declaration;
+  refuseLongName("the exported input's name", name, origin);
   if (port.find('(') == std::string::npos)
   {
     if (!composite.exposeInput(node, port, name))
@@ -176,7 +181,18 @@ void exposeInput(FilterComposite& composite, const ExportDeclaration& declaratio
   const DataPtr value = readLiteral(pieces[1]);
   if (!value)
     throw BuildError(fmt::format("Invalid default value: \"{}\".", pieces[1]), origin);
+  if (pieces[1].empty())
+    ku::log::warning(category, "createFilter(\"{}\"): the input \"{}:{}\" has an empty default, which counts as 0.0.{}",
+                     composite.getName(), node, portName, placeOf(origin));
   inner->setDefaultValue(value);
+}
+
+// "d:out -> e:in"
+std::string tellLink(const Port& output, const Node& target, const Port& input)
+{
+  const Node* const source = output.getNode();
+  return fmt::format("{}:{} -> {}:{}", source != nullptr ? source->getName() : "", output.getName(), target.getName(),
+                     input.getName());
 }
 
 void makeLink(const FilterComposite& composite, const LinkDeclaration& link)
@@ -199,6 +215,14 @@ void makeLink(const FilterComposite& composite, const LinkDeclaration& link)
     throw BuildError(fmt::format("The port \"{}:{}\" has no common type with \"{}:{}", link.sourceNode, link.sourcePort,
                                  link.targetNode, link.targetPort),
                      link.origin);
+  // Told once, of the second: a run that comes to the input tells it each time.
+  if (input->getLinks().size() == 1)
+    ku::log::warning(
+        category,
+        "createFilter(\"{}\"): the input \"{}:{}\" has two links, \"{}\" and \"{}\", and will get no value "
+        "from either.{}",
+        composite.getName(), target->getName(), input->getName(), tellLink(*input->getLinks().front(), *target, *input),
+        tellLink(*output, *target, *input), placeOf(link.origin));
   input->addLink(output);
 }
 }  // namespace
@@ -214,10 +238,15 @@ bool FiltrixPrivate::addFilter(const FilterPtr& filter)
   const std::lock_guard lock(filterMutex);
   if (const std::string reason = _noRoomForFilter(0); !reason.empty())
   {
-    ku::log::error(category, "addFilter(\"{}\"): {}", filter->getName().substr(0, Limits::nameBytes), reason);
+    ku::log::error(category, "addFilter(\"{}\"): {}", shortName(filter->getName()), reason);
     return false;
   }
-  if (filter->getName().size() > Limits::nameBytes || !filters.emplace(filter->getName(), filter).second)
+  if (const std::string problem = tellIfTooLong("the name", filter->getName()); !problem.empty())
+  {
+    ku::log::error(category, "addFilter(\"{}\"): {}", shortName(filter->getName()), problem);
+    return false;
+  }
+  if (!filters.emplace(filter->getName(), filter).second)
   {
     ku::log::error(category, "addFilter(\"{}\"): A filter with the name \"{}\" already exists.", filter->getName(),
                    filter->getName());
@@ -247,8 +276,7 @@ bool FiltrixPrivate::createFilter(const FilterDeclaration& declaration)
   }
   catch (const BuildError& error)
   {
-    ku::log::error(category, "createFilter(\"{}\", filters, links): {}", declaration.name.substr(0, Limits::nameBytes),
-                   error.what());
+    ku::log::error(category, "createFilter(\"{}\", filters, links): {}", shortName(declaration.name), error.what());
     return false;
   }
 }
@@ -266,10 +294,7 @@ std::string FiltrixPrivate::_noRoomForFilter(std::size_t pieces) const
 FiltrixPrivate::FilterCost FiltrixPrivate::_composeFilter(const FilterDeclaration& declaration,
                                                           FilterComposite& composite) const
 {
-  if (declaration.name.size() > Limits::nameBytes)
-    throw BuildError(
-        fmt::format("The name has {} bytes, expected at most {}.", declaration.name.size(), Limits::nameBytes),
-        declaration.origin);
+  refuseLongName("the name", declaration.name, declaration.origin);
   if (filters.contains(declaration.name))
     throw BuildError(fmt::format("A filter with the name \"{}\" already exists.", declaration.name),
                      declaration.origin);
@@ -280,6 +305,7 @@ FiltrixPrivate::FilterCost FiltrixPrivate::_composeFilter(const FilterDeclaratio
   std::map<std::string, std::size_t> chains;
   for (const NodeDeclaration& node : declaration.nodes)
   {
+    refuseLongName("the node's name", node.name, node.origin);
     const auto type = filters.find(node.type);
     if (type == filters.end())
     {
@@ -322,6 +348,7 @@ FiltrixPrivate::FilterCost FiltrixPrivate::_composeFilter(const FilterDeclaratio
     exposeInput(composite, input);
   for (const ExportDeclaration& output : declaration.outputs)
   {
+    refuseLongName("the exported output's name", output.name, output.origin);
     if (!composite.exposeOutput(output.node, output.port, output.name))
       throw BuildError("Invalid exported output: \"", output.origin);
   }
@@ -339,9 +366,11 @@ bool FiltrixPrivate::createClassificationFilter(const std::string& name, const s
 {
   const auto fail = [&](const std::string& text)
   {
-    ku::log::error(category, "createClassificationFilter(\"{}\", type, \"{}\"):{}", name, path, text);
+    ku::log::error(category, "createClassificationFilter(\"{}\", type, \"{}\"):{}", shortName(name), path, text);
     return false;
   };
+  if (const std::string problem = tellIfTooLong("the name", name); !problem.empty())
+    return fail(problem);
   const auto file = ku::path::findData(programFolder, path);
   if (!file)
     return fail("File not found.");

@@ -6,6 +6,7 @@
 #include "filtrix/ku/log.h"
 #include "foundation/text/split.h"
 #include "graph/nodeprocesssource.h"
+#include "program/messages.h"
 #include "program/parser.h"
 #include "program/programloader.h"
 
@@ -96,6 +97,10 @@ bool FiltrixPrivate::deleteProcess(const std::string& name)
   _rebindSources();
   _updateZombies();
   scheduler->rebuildJobs();
+  const Process* const address = deleted.get();
+  deleted.reset();
+  const std::lock_guard lock(processMutex);
+  readers.forgetEnded(address, processes.size());
   return true;
 }
 
@@ -108,20 +113,25 @@ bool FiltrixPrivate::renameProcess(const std::string& name, const std::string& n
     ku::log::error(category, "Can't rename the process \"{}\": process unknown.", name);
     return false;
   }
-  if (processes.contains(newName) || newName.size() > Limits::nameBytes)
+  if (const std::string problem = tellIfTooLong("the new name", newName); !problem.empty())
   {
-    ku::log::error(category, "Can't rename the process \"{}\": \"{}\" is already in use or longer than {} bytes.", name,
-                   newName.substr(0, Limits::nameBytes), Limits::nameBytes);
+    ku::log::error(category, "Can't rename the process \"{}\": {}", name, problem);
+    return false;
+  }
+  if (processes.contains(newName))
+  {
+    ku::log::error(category, "Can't rename the process \"{}\": \"{}\" is already in use.", name, newName);
     return false;
   }
   // What may fail comes first, so that the process is never without a name.
   std::string key = newName;
+  const std::string operation = fmt::format("renameProcess(\"{}\", \"{}\")", name, newName);
   const ProcessKey oldKey = entry->second->getKey();
   const ProcessKey newKey(newName);
   entry->second->rename(newName);
   auto node = processes.extract(entry);
   node.key() = std::move(key);
-  processes.insert(std::move(node));
+  const ProcessPtr renamed = processes.insert(std::move(node)).position->second;
   memoryManager.renameProcess(oldKey, newKey);
   for (const auto& [otherName, other] : processes)
   {
@@ -131,6 +141,7 @@ bool FiltrixPrivate::renameProcess(const std::string& name, const std::string& n
   const std::lock_guard sourceLock(sourceMutex);
   for (const auto& [sourceName, source] : sources)
     source->renameDependency(name, newName);
+  _warnOfSharedHash(operation, *renamed, {});
   return true;
 }
 

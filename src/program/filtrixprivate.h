@@ -12,6 +12,7 @@
 #include "graph/lambdafactory.h"
 #include "graph/nodesourcealias.h"
 #include "program/declarations.h"
+#include "program/readers.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -35,6 +36,7 @@ inline constexpr std::size_t nameBytes = 256;
 inline constexpr std::size_t nesting = 64;             ///< composites within composites
 inline constexpr std::size_t expandedNodes = 100'000;  ///< nodes that one application of a composite runs through
 inline constexpr std::size_t chainLength = 1'000;      ///< nodes from an input to an output, those inside included
+inline constexpr std::size_t readingDepth = 64;        ///< processes that read one another's sinks
 inline constexpr std::size_t importDepth = 16;
 inline constexpr std::size_t importFiles = 256;
 inline constexpr std::size_t importBytes = std::size_t{16} << 20U;  ///< in one load, over all files
@@ -124,7 +126,7 @@ public:
   bool createSourceAlias(const std::string& alias, const std::string& target);
   bool renameSourceAlias(const std::string& alias, const std::string& newName);
 
-  /// Refused also when a process would come to read itself through the new target.
+  /// Refused also when a process would come to read itself through the new target, or processes one another too deep.
   bool retargetSourceAlias(const std::string& alias, const std::string& target);
   bool deleteSource(const std::string& name);
   [[nodiscard]] std::vector<std::string> getSources() const;
@@ -238,6 +240,7 @@ private:
   void _rebindSources();
   void _bindSourcesOf(const Process& process);
   void _noteNewProcess(const ProcessPtr& process);
+  void _warnOfSharedHash(std::string_view operation, const Process& process, std::string_view where) const;
   bool _setEnable(const std::string& name, bool on, std::string_view failure);
   void _updateZombies();
   void _keepAliveBehind(std::vector<ProcessPtr> live) const;
@@ -261,9 +264,10 @@ private:
   std::map<std::string, std::shared_ptr<NodeSourceAlias>> aliases;
   std::map<std::string, std::vector<std::string>> aliasTargets;
 
-  // Guards the two below. The first of the registry's locks.
+  // Guards the three below. The first of the registry's locks.
   mutable std::mutex processMutex;
   std::map<std::string, ProcessPtr> processes;
+  Readers readers;
   std::uint64_t anonymousCount = 0;
 
   MemoryManager memoryManager;

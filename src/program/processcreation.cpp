@@ -7,6 +7,7 @@
 #include "graph/nodepulse.h"
 #include "program/filtrixprivate.h"
 #include "program/literal.h"
+#include "program/messages.h"
 
 #include <fmt/format.h>
 
@@ -30,7 +31,7 @@ public:
   };
 
   ProcessError(const std::string& text, const OriginPtr& origin, Prefix prefix_ = Prefix::Full)
-      : std::runtime_error(origin ? text + " [" + toString(*origin) + "]" : text), prefix(prefix_)
+      : std::runtime_error(text + placeOf(origin)), prefix(prefix_)
   {
   }
 
@@ -39,7 +40,14 @@ public:
 
 constexpr auto shortPrefix = ProcessError::Prefix::Short;
 
-NodeSourcePtr makePulse(const Binding& declaration)
+void refuseLongName(std::string_view subject, std::string_view name, const OriginPtr& origin)
+{
+  if (const std::string problem = tellIfTooLong(subject, name); !problem.empty())
+    throw ProcessError(problem, origin);
+}
+
+// `NAME` or `NAME(DEFAULT)`.
+NodeSourcePtr makePulse(const std::string& process, const Binding& declaration)
 {
   const auto& [keyword, text, origin] = declaration;
   if (text.find('(') == std::string::npos)
@@ -50,6 +58,9 @@ NodeSourcePtr makePulse(const Binding& declaration)
   const DataPtr value = readLiteral(pieces[1]);
   if (!value)
     throw ProcessError("Invalid default value: ", origin, shortPrefix);
+  if (pieces[1].empty())
+    ku::log::warning(category, "createProcess(\"{}\"): the pulse \"{}\" has an empty default, which counts as 0.0.{}",
+                     process, shortName(pieces[0]), placeOf(origin));
   auto pulse = std::make_shared<NodePulse>(std::string(pieces[0]));
   pulse->setRestValue(value);
   pulse->setData(value);
@@ -96,9 +107,10 @@ void FiltrixPrivate::ProcessBuilder::addLocalSources(const std::vector<Binding>&
     if (declaration.left == "source")
       source = std::make_shared<NodeSource>(declaration.right);
     else if (declaration.left == "pulse")
-      source = makePulse(declaration);
+      source = makePulse(process->getName(), declaration);
     else
       throw ProcessError("Can't create process: invalid keyword \"" + declaration.left, declaration.origin);
+    refuseLongName("the " + declaration.left + "'s name", source->getName(), declaration.origin);
     source->setOrigin(declaration.origin);
     localSources.emplace(source->getName(), source);
   }
@@ -113,12 +125,21 @@ void FiltrixPrivate::ProcessBuilder::setFilter(const FilterPtr& filter)
 
 void FiltrixPrivate::ProcessBuilder::bindInputs(const std::vector<Binding>& inputs)
 {
+  std::map<const Port*, const Binding*> firstBindings;
   for (const Binding& input : inputs)
   {
     const PortPtr port = node->findInput(input.left);
     if (!port)
       throw ProcessError("impossible to find the specified input \"" + input.left, input.origin);
     const NodeSourcePtr source = input.right.find(':') == std::string::npos ? _findValue(input) : _findQualified(input);
+    // Told once, of the second: a run tells it each time.
+    const auto [first, isFirst] = firstBindings.emplace(port.get(), &input);
+    if (!isFirst && port->getLinks().size() == 1)
+      ku::log::warning(category,
+                       "createProcess(\"{}\"): the input \"{}\" is bound twice, \"{} <= {}\" and \"{} <= {}\", and "
+                       "will get no value from either.{}",
+                       process->getName(), port->getName(), first->second->left, first->second->right, input.left,
+                       input.right, placeOf(input.origin));
     port->setOrigin(input.origin);
     port->addLink(source->getOutput());
   }
@@ -140,8 +161,7 @@ NodeSourcePtr FiltrixPrivate::ProcessBuilder::_findValue(const Binding& input)
   {
     if (value.empty())
       ku::log::warning(category, "createProcess(\"{}\"): the input \"{}\" has an empty value, which counts as 0.0.{}",
-                       process->getName(), input.left,
-                       input.origin ? " [" + toString(*input.origin) + "]" : std::string());
+                       process->getName(), input.left, placeOf(input.origin));
     return _makeAnonymousSource(literal);
   }
   if (value == "null")
@@ -196,7 +216,7 @@ void FiltrixPrivate::ProcessBuilder::bindOutputs(const std::vector<Binding>& out
 {
   for (const auto& [portName, sinkName, origin] : outputs)
   {
-    const std::string where = origin ? " [" + toString(*origin) + "]" : std::string();
+    const std::string where = placeOf(origin);
     const PortPtr output = node->findOutput(portName);
     if (!output)
     {
@@ -206,9 +226,7 @@ void FiltrixPrivate::ProcessBuilder::bindOutputs(const std::vector<Binding>& out
                        process->getName(), node->getName(), portName, where);
       continue;
     }
-    if (sinkName.size() > Limits::nameBytes)
-      throw ProcessError(
-          fmt::format("the sink's name has {} bytes, expected at most {}", sinkName.size(), Limits::nameBytes), origin);
+    refuseLongName("the sink's name", sinkName, origin);
     const auto first = process->getSinks().find(sinkName);
     if (first == process->getSinks().end())
     {
@@ -236,6 +254,7 @@ void FiltrixPrivate::ProcessBuilder::aggregate(const std::vector<Binding>& aggre
   for (const Binding& output : aggregatedOutputs)
   {
     const auto& [name, target, origin] = output;
+    refuseLongName("the aggregation's name", name, origin);
     if (target.find(':') == std::string::npos)
     {
       if (target != "self" && target != "this")
@@ -318,13 +337,10 @@ bool FiltrixPrivate::createProcess(const std::string& name, const std::string& f
                                    const std::vector<Binding>& outputs, const std::vector<Binding>& aggregatedOutputs,
                                    const std::vector<Binding>& localSources, const OriginPtr& origin)
 {
-  const auto where = origin ? " [" + toString(*origin) + "]" : std::string();
   ProcessPtr process;
   try
   {
-    if (name.size() > Limits::nameBytes)
-      throw ProcessError(fmt::format("the name has {} bytes, expected at most {}", name.size(), Limits::nameBytes),
-                         origin);
+    refuseLongName("the name", name, origin);
     process = std::make_shared<Process>(name, priority, frequency, tolerance);
     process->setOrigin(origin);
     ProcessBuilder builder(*this, process);
@@ -340,25 +356,21 @@ bool FiltrixPrivate::createProcess(const std::string& name, const std::string& f
     if (processes.size() >= capacity.processes)
       throw ProcessError(fmt::format("there are {} processes, expected at most that many.", processes.size()), origin);
     builder.bindInputs(inputs);
+    if (const std::size_t depth = readers.depthOf(*process); depth > Limits::readingDepth)
+      throw ProcessError(
+          fmt::format("processes read one another {} deep, expected at most {}.", depth, Limits::readingDepth), origin);
     builder.bindOutputs(outputs);
     builder.aggregate(aggregatedOutputs);
     builder.finish();
-    const std::uint32_t hash = process->getHash();
-    for (const auto& [otherName, other] : processes)
-    {
-      if (other->getHash() == hash)
-        ku::log::warning(category,
-                         "createProcess(\"{}\"): the name has the same hash as that of \"{}\": the two share what runs "
-                         "and filters keep.{}",
-                         name, otherName, where);
-    }
+    _warnOfSharedHash(fmt::format("createProcess(\"{}\")", name), *process, placeOf(origin));
+    readers.note(process);
     processes.emplace(name, process);
   }
   catch (const ProcessError& error)
   {
     const std::string_view rest = error.prefix == ProcessError::Prefix::Full ? "\", inputs, outputs): " : "\", ...): ";
-    ku::log::error(category, "createProcess(\"{}\", \"{}{}{}", name.substr(0, Limits::nameBytes),
-                   filterName.substr(0, Limits::nameBytes), rest, error.what());
+    ku::log::error(category, "createProcess(\"{}\", \"{}{}{}", shortName(name), shortName(filterName), rest,
+                   error.what());
     return false;
   }
   // The scheduler asks for the processes itself, so it is told when no lock is held.
@@ -368,5 +380,18 @@ bool FiltrixPrivate::createProcess(const std::string& name, const std::string& f
   ku::log::verbose(category, "new filtrix process: \"{}\" priority: {} frequency: {} tolerance: {}", name,
                    std::min(priority, Process::maxPriority), frequency, tolerance.microseconds());
   return true;
+}
+
+// The process lock is held. `where` is the place in a text, if there is one.
+void FiltrixPrivate::_warnOfSharedHash(std::string_view operation, const Process& process, std::string_view where) const
+{
+  const std::uint32_t hash = process.getHash();
+  for (const auto& [otherName, other] : processes)
+  {
+    if (other.get() != &process && other->getHash() == hash)
+      ku::log::warning(category,
+                       "{}: the name has the same hash as that of \"{}\": the two share what runs and filters keep.{}",
+                       operation, otherName, where);
+  }
 }
 }  // namespace ZR::Filtrix

@@ -5,11 +5,11 @@
 #include "graph/nodeprocesssource.h"
 #include "graph/sourceadapter.h"
 #include "program/filtrixprivate.h"
+#include "program/messages.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <set>
 
 namespace ZR::Filtrix
 {
@@ -24,40 +24,6 @@ bool fail(fmt::format_string<Args...> text, Args&&... args)
   ku::log::error(category, text, std::forward<Args>(args)...);
   return false;
 }
-
-// The processes that a source reads, itself or through the target of an alias.
-void addReadProcesses(const NodeSourcePtr& source, std::vector<const Process*>& found)
-{
-  const auto* const alias = dynamic_cast<const NodeSourceAlias*>(source.get());
-  const NodeSourcePtr target = alias != nullptr ? alias->getTarget() : source;
-  if (const auto* const reading = dynamic_cast<const NodeProcessSource*>(target.get()))
-  {
-    if (const auto* const process = dynamic_cast<const Process*>(reading->getProcess().get()))
-      found.push_back(process);
-  }
-}
-
-// True when some process that is reached through `first` reads `wanted`. Nobody makes rings elsewhere, so this ends.
-bool leadsTo(const NodeSourcePtr& first, const NodeSource* wanted)
-{
-  std::vector<const Process*> open;
-  std::set<const Process*> seen;
-  addReadProcesses(first, open);
-  while (!open.empty())
-  {
-    const Process* const process = open.back();
-    open.pop_back();
-    if (!seen.insert(process).second)
-      continue;
-    for (const auto& [name, source] : process->getSources())
-    {
-      if (source.get() == wanted)
-        return true;
-      addReadProcesses(source, open);
-    }
-  }
-  return false;
-}
 }  // namespace
 
 bool FiltrixPrivate::createSource(const std::string& name, const OriginPtr& origin)
@@ -67,10 +33,9 @@ bool FiltrixPrivate::createSource(const std::string& name, const OriginPtr& orig
 
 bool FiltrixPrivate::createSource(const std::string& name, const NodeSourcePtr& source, const OriginPtr& origin)
 {
-  const std::string where = origin ? " [" + toString(*origin) + "]" : std::string();
-  if (name.size() > Limits::nameBytes)
-    return fail("createSource(\"{}...\"): the name has {} bytes, expected at most {}.{}", name.substr(0, 32),
-                name.size(), Limits::nameBytes, where);
+  const std::string where = placeOf(origin);
+  if (const std::string problem = tellIfTooLong("the name", name); !problem.empty())
+    return fail("createSource(\"{}\"): {}{}", shortName(name), problem, where);
   if (!source)
     return fail("createSource(\"{}\"): expected a source, got null.{}", name, where);
   const std::scoped_lock lock(sourceMutex, aliasMutex);
@@ -91,6 +56,8 @@ bool FiltrixPrivate::createSource(const std::string& name, const std::shared_ptr
 
 bool FiltrixPrivate::createSourceFromProcessSink(const std::string& name, const std::string& sink)
 {
+  if (const std::string problem = tellIfTooLong("the name", name); !problem.empty())
+    return fail("createSourceFromProcessSink(\"{}\"): {}", shortName(name), problem);
   const std::scoped_lock lock(processMutex, sourceMutex, aliasMutex);
   if (_isSourceNameTaken(name))
     return fail("createSourceFromProcessSink(\"{}\"): source already exists.", name);
@@ -115,6 +82,8 @@ bool FiltrixPrivate::createSourceFromProcessSink(const std::string& name, const 
 
 bool FiltrixPrivate::createSourceAlias(const std::string& alias, const std::string& target)
 {
+  if (const std::string problem = tellIfTooLong("the name", alias); !problem.empty())
+    return fail("Can't create alias \"{}\": {}", shortName(alias), problem);
   const std::scoped_lock lock(sourceMutex, aliasMutex);
   const auto source = sources.find(target);
   if (source == sources.end())
@@ -136,6 +105,8 @@ bool FiltrixPrivate::renameSourceAlias(const std::string& alias, const std::stri
   const auto entry = aliases.find(alias);
   if (entry == aliases.end())
     return fail("Can't rename alias \"{}\": alias unknown.", alias);
+  if (const std::string problem = tellIfTooLong("the new name", newName); !problem.empty())
+    return fail("Can't rename alias \"{}\": {}", alias, problem);
   if (_isSourceNameTaken(newName))
     return fail("Can't rename alias \"{}\": \"{}\" is already in use.", alias, newName);
   std::string key = newName;
@@ -154,16 +125,22 @@ bool FiltrixPrivate::renameSourceAlias(const std::string& alias, const std::stri
 
 bool FiltrixPrivate::retargetSourceAlias(const std::string& alias, const std::string& target)
 {
-  // The process lock keeps the processes as they are while we look whether one would come to read itself.
+  // The process lock keeps the processes as they are while we look at who would come to read whom.
   const std::scoped_lock lock(processMutex, sourceMutex, aliasMutex);
   const auto entry = aliases.find(alias);
   const auto source = sources.find(target);
   if (entry == aliases.end() || source == sources.end())
     return fail("Can't retarget alias \"{}\" to  \"{}\": alias or target unknown", alias, target);
-  if (leadsTo(source->second, entry->second.get()))
+  if (Readers::wouldCloseRing(*entry->second, source->second))
     return fail("Can't retarget alias \"{}\" to  \"{}\": a process would read itself", alias, target);
+  if (const std::size_t depth = readers.deepestWith(*entry->second, source->second); depth > Limits::readingDepth)
+    return fail(
+        "Can't retarget alias \"{}\" to  \"{}\": processes would read one another {} deep, expected at most {}.", alias,
+        target, depth, Limits::readingDepth);
+  const NodeSourcePtr before = entry->second->getTarget();
   if (!entry->second->setTarget(source->second))
     return false;
+  readers.noteTurn(before, source->second);
   for (auto& [name, names] : aliasTargets)
     std::erase(names, alias);
   aliasTargets[target].push_back(alias);

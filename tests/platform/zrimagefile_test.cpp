@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <limits>
 #include <string>
 
 namespace ZR
@@ -26,6 +27,7 @@ constexpr std::size_t magicAt = 0;
 constexpr std::size_t widthAt = 4;
 constexpr std::size_t heightAt = 8;
 constexpr std::size_t layersAt = 12;
+constexpr std::size_t colorSpaceAt = 16;
 constexpr std::size_t cameraAt = 28;
 constexpr std::size_t anglesAt = 32;
 constexpr std::size_t pixelsAt = 48;
@@ -128,6 +130,30 @@ TEST_F(ZRImageFile, RefusesEveryFileThatBreaksOff)
   EXPECT_THAT(log.texts().back(), EndsWith("\": 55 bytes, expected 56: 2 x 2 pixels of 2 bytes behind a header of 48"));
 }
 
+TEST_F(ZRImageFile, PassesOverWhatStandsBehindThePixels)
+{
+  Bytes file = exampleFile();
+  file.push_back(7);
+  ZRImage image(1, 1, ColorSpace::gray);
+  ASSERT_TRUE(image.readMemory(file));
+  EXPECT_EQ(pixelsOf(image), pixelsOf(*randomImage(2, 2, ColorSpace::yuv422)));
+}
+
+TEST_F(ZRImageFile, WritesNothingThatItWouldNotRead)
+{
+  ZRImage image(2, 2, ColorSpace::rgb);
+  image.setAngles({1.0F, std::numeric_limits<float>::quiet_NaN(), -1.0F, -1.0F});
+  EXPECT_FALSE(image.writeFile(path));
+  ZRImageHeader foreign = image.header();
+  foreign.angles = {};
+  foreign.colorSpace = 77;
+  EXPECT_FALSE(ZRImage(foreign).writeFile(path));
+  EXPECT_FALSE(std::filesystem::exists(path));
+  EXPECT_THAT(log.texts("vision.zrimage"),
+              ElementsAre("writeFile: angles of 1, nan, -1 and -1 rad, expected finite numbers",
+                          "writeFile: color space 77, expected one of the camera service's"));
+}
+
 TEST_F(ZRImageFile, TellsWhatIsNoFile)
 {
   ZRImage image(1, 1, ColorSpace::gray);
@@ -156,11 +182,19 @@ TEST_P(HostileZriTest, IsRefused)
   Bytes file = exampleFile();
   put(file, GetParam().at, GetParam().number);
   const ku::log::Capture log;
-  ZRImage image(1, 1, ColorSpace::gray);
-  EXPECT_FALSE(image.readMemory(file));
-  EXPECT_EQ(image.allocatedSize(), 1);
+  // Of the file's own layout, into which its pixels would go, and of another.
+  for (const int colorSpace : {ColorSpace::yuv422, ColorSpace::gray})
+  {
+    const auto image = randomImage(2, 2, colorSpace, 5);
+    const ZRImageHeader header = image->header();
+    const auto pixels = pixelsOf(*image);
+    EXPECT_FALSE(image->readMemory(file));
+    EXPECT_EQ(image->header(), header);
+    EXPECT_EQ(pixelsOf(*image), pixels);
+  }
   EXPECT_THAT(log.texts("vision.zrimage"),
-              ElementsAre(std::string("readFile: Error while reading image: ") + GetParam().problem));
+              testing::AllOf(testing::SizeIs(2),
+                             testing::Each(std::string("readFile: Error while reading image: ") + GetParam().problem)));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -173,6 +207,14 @@ INSTANTIATE_TEST_SUITE_P(
                             "2 x 2147483647 pixels of 2 bytes, expected at most 2147483647 bytes"},
                     Hostile{"NoLayers", layersAt, 0, "0 bytes per pixel, expected 1 or more"},
                     Hostile{"OtherLayers", layersAt, 3, "3 bytes per pixel, expected 2 for color space 9 (YUV422)"},
+                    Hostile{"AColorSpaceThatIsNone", colorSpaceAt, 77,
+                            "color space 77, expected one of the camera service's"},
+                    Hostile{"ANegativeColorSpace", colorSpaceAt, 0xffffffffU,
+                            "color space -1, expected one of the camera service's"},
+                    Hostile{"AnAngleThatIsNoNumber", anglesAt, 0x7fc00000U,
+                            "angles of nan, 0.25, -0.125 and -0.75 rad, expected finite numbers"},
+                    Hostile{"AnAngleWithoutEnd", anglesAt + 12, 0xff800000U,
+                            "angles of 0.5, 0.25, -0.125 and -inf rad, expected finite numbers"},
                     Hostile{"ACameraOfMoreThan8Bits", cameraAt, 200, "camera 200, expected -128 to 127"}),
     [](const auto& test) { return std::string(test.param.name); });
 

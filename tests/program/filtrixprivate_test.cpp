@@ -78,7 +78,9 @@ INSTANTIATE_TEST_SUITE_P(
                   "Invalid default value declaration \"d:in(1)(2)\"."},
         FaultCase{"Output", "filter F { Dilation d; d:no => x; }", "Invalid exported output: \""},
         FaultCase{"Ring", "filter F { Dilation a; Dilation b; Compare c; a -> b; b -> c:left; c -> a; }",
-                  "The links close a ring: "}),
+                  "createFilter(\"F\", filters, links): The links close a ring: a -> b -> c -> a. [program:1:8: F]"},
+        FaultCase{"RingOfOne", "filter F { Compare a; Compare b; b -> a:left; a -> a:right; }",
+                  "The links close a ring: a -> a."}),
     [](const auto& test) { return std::string(test.param.name); });
 
 INSTANTIATE_TEST_SUITE_P(
@@ -110,6 +112,39 @@ INSTANTIATE_TEST_SUITE_P(
         FaultCase{"AggregateProcess", "process q(Dilation) { a ~> r:o; }", "The process \"r\" is not declared."},
         FaultCase{"AggregateSink", "process q(Dilation) { a ~> p:no; }", "The sink \"no\" is not declared in p"},
         FaultCase{"Source", "source s { 2 }", "createSource(\"s\"): source already exists."}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+// A program that is loaded, and the one line that warns of it.
+class WarningTest : public testing::TestWithParam<FaultCase>
+{
+};
+
+TEST_P(WarningTest, IsToldOnceAndTheLoadGoesOn)
+{
+  ProgramBench bench;
+  EXPECT_TRUE(bench.load(GetParam().program));
+  EXPECT_THAT(bench.complaints(), ElementsAre(HasSubstr(GetParam().message)));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Programs, WarningTest,
+    testing::Values(
+        FaultCase{"TwoLinks",
+                  "filter F { Dilation a; Split b; Compare c;\na -> c:left; b:low -> c:left; b:low -> c:right; }",
+                  "3 filtrix.private: createFilter(\"F\"): the input \"c:left\" has two links, \"a:out -> c:left\" and "
+                  "\"b:low -> c:left\", and will get no value from either. [program:2:14: b:low -> c:left]"},
+        FaultCase{"ThreeLinks", "filter F { Dilation a; Split b; Dilation c; a -> c; b:low -> c:in; b:high -> c; }",
+                  "\"a:out -> c:in\" and \"b:low -> c:in\""},
+        FaultCase{"OneLinkTwice", "filter F { Dilation a; Dilation b; a -> b; a -> b; }",
+                  "\"a:out -> b:in\" and \"a:out -> b:in\""},
+        FaultCase{"TwoValues", "process p(Compare) { left <= 1; right <= 2;\n left <= 3; left <= 4; }",
+                  "3 filtrix.private: createProcess(\"p\"): the input \"left\" is bound twice, \"left <= 1\" and "
+                  "\"left <= 3\", and will get no value from either. [program:2:2: left <= 3]"},
+        FaultCase{"SharedHash",
+                  "process badu(Dilation) { in <= 1; } process other(Dilation) { in <= 1; }\n"
+                  "process banx(Dilation) { in <= 1; }",
+                  "3 filtrix.private: createProcess(\"banx\"): the name has the same hash as that of \"badu\": the two "
+                  "share what runs and filters keep. [program:2:9: banx(Dilation)]"}),
     [](const auto& test) { return std::string(test.param.name); });
 
 class RegistryTest : public testing::Test
@@ -503,12 +538,110 @@ TEST_F(RegistryTest, ProgramsCannotAskForTooMuch)
   while (made < 40 && twice("D" + std::to_string(made - 1), "a:x => x; b:y => y;"));
   EXPECT_EQ(made, 15U);
   EXPECT_THAT(bench.complaints(), Contains(HasSubstr("The filter would run through more than 100000 nodes")));
+}
 
-  const std::string longName(Limits::nameBytes + 1, 'n');
-  EXPECT_FALSE(bench.load("filter " + longName + " { }"));
-  EXPECT_FALSE(bench.load("source " + longName + " { }"));
-  EXPECT_FALSE(bench.load("process " + longName + "(Dilation) { }"));
-  EXPECT_TRUE(bench.load("source " + longName.substr(1) + " { } process " + longName.substr(1) + "(Dilation) { }"));
+// A reader runs what it reads on its own stack, with its locks held.
+class ReadingTest : public RegistryTest
+{
+protected:
+  // `count` processes of that name, each of which reads the one before it; the first reads `source`.
+  bool chain(const std::string& name, const std::string& source, std::size_t count)
+  {
+    std::string program;
+    for (std::size_t i = 0; i < count; ++i)
+      program += fmt::format("process {0}{1}(Dilation) {{ in <= {2}; out => o; }}\n", name, i,
+                             i == 0 ? source : fmt::format("{}{}:o", name, i - 1));
+    return bench.load(program);
+  }
+
+  bool isDeep(std::size_t depth, const std::string& who, const std::string& sink)
+  {
+    const bool loaded = bench.load("process " + who + "(Dilation) { in <= " + sink + "; out => o; }");
+    EXPECT_EQ(bench.log.texts("filtrix.private").front(),
+              loaded
+                  ? "new filtrix process: \"" + who + "\" priority: 3 frequency: 1 tolerance: 0"
+                  : fmt::format("createProcess(\"{}\", \"Dilation\", inputs, outputs): processes read one another {} "
+                                "deep, expected at most 64. [program:1:9: {}(Dilation)]",
+                                who, depth, who));
+    return loaded == (depth <= Limits::readingDepth);
+  }
+};
+
+// The thread sanitizer follows 64 locks of a thread at once and no more; each reader holds five.
+#ifdef __SANITIZE_THREAD__
+constexpr std::size_t deepestRun = 12;
+#else
+constexpr std::size_t deepestRun = Limits::readingDepth;
+#endif
+
+TEST_F(ReadingTest, GoesThroughProcessesToALimit)
+{
+  std::uintptr_t lowest = 0;
+  const auto addressOfFrame = [] { return reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)); };
+  registry.addFilter(std::make_shared<FunctionFilter>("Mark", std::vector<std::string>{"in"},
+                                                      std::vector<std::string>{"out"},
+                                                      [&](const DataList& inputs)
+                                                      {
+                                                        lowest = addressOfFrame();
+                                                        return inputs;
+                                                      }));
+  ASSERT_TRUE(bench.load("source s { 7 } process mark(Mark) { in <= s; out => o; }"));
+  ASSERT_TRUE(chain("p", "mark:o", Limits::readingDepth - 1));
+  EXPECT_TRUE(isDeep(Limits::readingDepth + 1, "tooDeep", "p62:o"));
+  EXPECT_FALSE(registry.isProcess("tooDeep"));
+  EXPECT_EQ(read(fmt::format("p{}:o", deepestRun - 2)), "7");
+  EXPECT_LT(addressOfFrame() - lowest, std::uintptr_t{1} << 20U) << "of the eight megabytes of a thread";
+
+  // What is read by way of a source is read all the same, whatever becomes of the names.
+  ASSERT_TRUE(registry.createSourceFromProcessSink("last", "p62:o"));
+  ASSERT_TRUE(registry.renameProcess("p62", "renamed"));
+  EXPECT_TRUE(isDeep(Limits::readingDepth + 1, "tooDeep", "last"));
+  ASSERT_TRUE(registry.deleteProcess("renamed"));
+  EXPECT_TRUE(isDeep(Limits::readingDepth + 1, "tooDeep", "last"));
+  EXPECT_TRUE(isDeep(Limits::readingDepth, "deepest", "p61:o"));
+
+  for (const std::string& name : registry.getProcesses())
+    registry.deleteProcess(name);
+  registry.deleteSource("last");
+  EXPECT_TRUE(chain("p", "s", Limits::readingDepth)) << "what is gone is in nobody's way";
+}
+
+TEST_F(ReadingTest, GoesToTheSameLimitThroughAnAliasThatIsTurned)
+{
+  ASSERT_TRUE(bench.load("source s { 7 }"));
+  ASSERT_TRUE(registry.createSourceAlias("a", "s"));
+  ASSERT_TRUE(chain("below", "s", 32));
+  ASSERT_TRUE(chain("above", "a", 33));
+  ASSERT_TRUE(registry.createSourceFromProcessSink("far", "below31:o"));
+  ASSERT_TRUE(registry.createSourceFromProcessSink("near", "below30:o"));
+  bench.log.clear();
+  EXPECT_FALSE(registry.retargetSourceAlias("a", "far"));
+  EXPECT_THAT(bench.log.texts(), ElementsAre("Can't retarget alias \"a\" to  \"far\": processes would read one another "
+                                             "65 deep, expected at most 64."));
+  EXPECT_EQ(number(registry.getSourceData("a")), 7) << "it leads where it led";
+  EXPECT_TRUE(isDeep(34, "short", "above32:o"));
+
+  EXPECT_TRUE(registry.deleteProcess("short"));
+  ASSERT_TRUE(registry.retargetSourceAlias("a", "near"));
+  EXPECT_TRUE(isDeep(65, "long", "above32:o"));
+  ASSERT_TRUE(registry.retargetSourceAlias("a", "s"));
+  EXPECT_TRUE(isDeep(34, "long", "above32:o"));
+}
+
+TEST_F(RegistryTest, ARenameToANameOfTheSameHashIsWarnedOf)
+{
+  ASSERT_EQ(ProcessKey("badu").getHash(), ProcessKey("banx").getHash());
+  ASSERT_TRUE(bench.load("process badu(Dilation) { in <= 1; } process p(Dilation) { in <= 1; }"));
+  bench.log.clear();
+  ASSERT_TRUE(registry.renameProcess("p", "q"));
+  EXPECT_THAT(bench.complaints(), IsEmpty());
+  ASSERT_TRUE(registry.renameProcess("q", "banx"));
+  EXPECT_THAT(bench.complaints(),
+              ElementsAre("3 filtrix.private: renameProcess(\"q\", \"banx\"): the name has the same hash as that of "
+                          "\"badu\": the two share what runs and filters keep."));
+  bench.log.clear();
+  ASSERT_TRUE(registry.renameProcess("badu", "r"));
+  EXPECT_THAT(bench.complaints(), IsEmpty()) << "the one hash is free again";
 }
 
 // Who loads without end is told before memory ends, and goes on once something is deleted.
@@ -545,6 +678,94 @@ TEST(Registry, HoldsNoMoreThanItsCapacity)
   EXPECT_EQ(number(registry.getData("q:o")), 3) << "what is there goes on";
   ASSERT_TRUE(registry.deleteProcess("p"));
   EXPECT_TRUE(registry.loadProgram("process r(F) { in <= r; out => o; }"));
+}
+
+// What is listed is whole: who finds a process, a filter or an alias finds all of it, or that it is gone.
+TEST_F(RegistryTest, AReaderNeverSeesAHalfMadeObject)
+{
+  constexpr int rounds = 600;
+  clock.advance(1s);
+  ASSERT_TRUE(bench.load("source s { 5 }"));
+  std::latch start(3);
+  std::atomic<int> writing{2};
+  std::vector<std::thread> threads;
+  for (int writer = 0; writer < 2; ++writer)
+  {
+    threads.emplace_back(
+        [&]
+        {
+          start.arrive_and_wait();
+          for (int i = 0; i < rounds; ++i)
+          {
+            registry.createSourceAlias("a", "s");
+            registry.loadProgram("filter F { Split x; x <= in; x:low => low; x:high => high; }");
+            registry.loadProgram(
+                "process p(F, 3, 1000.0) { in <= s; low => one; high => two; low => both; high => both; }");
+            registry.renameProcess("p", "q");
+            registry.renameSourceAlias("a", "b");
+            registry.deleteProcess(i % 2 == 0 ? "q" : "p");
+            registry.deleteFilter("F");
+            registry.deleteSource("b");
+          }
+          --writing;
+        });
+  }
+
+  // How many of the looks found nothing; as many lines of the log must say why.
+  std::map<std::string, std::size_t> missed;
+  std::size_t found = 0;
+  const auto look = [&](const std::string& failure, const auto& seen, const auto& whole)
+  {
+    if (seen == whole)
+      ++found;
+    else if (seen == std::decay_t<decltype(seen)>())
+      ++missed[failure];
+    else
+      ADD_FAILURE() << "half of it, where one would be told: " << failure;
+  };
+  const std::vector<std::string> sinks{"both", "one", "two"};
+  const auto lookAtAll = [&]
+  {
+    for (const std::string name : {"p", "q"})
+    {
+      look("Can't get sinks of the process \"" + name + "\": process unknown.", registry.getProcessSinks(name), sinks);
+      look("Can't get sources of the process \"" + name + "\": process unknown.", registry.getProcessSources(name),
+           std::vector<std::string>{"s"});
+      try
+      {
+        const DataPtr value = registry.getData(name + ":two");
+        EXPECT_TRUE(!value || Type::toText(*value) == "5");  // none once it is deleted
+      }
+      catch (const std::runtime_error& error)
+      {
+        EXPECT_EQ(error.what(), "Can't get data(\"" + name + ":two\"):the process \"" + name + "\" does not exist.");
+      }
+    }
+    look("getFilterInputs(\"F\"): filter not found.", registry.getFilterInputs("F").size(), std::size_t{1});
+    look("getFilterOutputs(\"F\"): filter not found.", registry.getFilterOutputs("F").size(), std::size_t{2});
+    for (const std::string name : {"a", "b"})
+      look("Can't get data from source \"" + name + "\": source unknown.", number(registry.getSourceData(name)) == 5,
+           true);
+  };
+  start.arrive_and_wait();
+  while (writing > 0)
+    lookAtAll();
+  for (std::thread& thread : threads)
+    thread.join();
+  const std::vector<std::string> lines = bench.log.texts("filtrix.private");
+  for (const auto& [failure, count] : missed)
+    EXPECT_EQ(static_cast<std::size_t>(std::ranges::count(lines, failure)), count) << failure;
+
+  for (const std::string& name : registry.getProcesses())
+    registry.deleteProcess(name);
+  for (const char* const name : {"a", "b"})
+    registry.deleteSource(name);
+  found = 0;
+  ASSERT_TRUE(registry.createSourceAlias("a", "s"));
+  ASSERT_TRUE(bench.load("filter F { Split x; x <= in; x:low => low; x:high => high; } process q(F) { in <= s; "
+                         "low => one; high => two; low => both; high => both; }"));
+  lookAtAll();
+  EXPECT_EQ(found, 5U) << "the looks find what is there";
 }
 
 // Callers, programs and the scheduler at once: what is checked is that nothing breaks, and that the registry is sound

@@ -1,5 +1,7 @@
 #include "program/literal.h"
 
+#include "program/programkit.h"
+
 #include <gtest/gtest.h>
 
 #include <bit>
@@ -87,6 +89,44 @@ TEST(ToString, ReadsEscapes)
   EXPECT_EQ(toString(R"("a\")"), "a");
   EXPECT_EQ(toString("\""), "");
 }
+
+struct ValueCase
+{
+  const char* name;
+  std::string text;
+  const char* value;
+};
+
+class LiteralValueTest : public testing::TestWithParam<ValueCase>
+{
+};
+
+// Whole numbers beyond 32 bits wrap, and digits without end come to infinity or to nothing more.
+TEST_P(LiteralValueTest, IsTheSameInAProgram)
+{
+  const auto& [name, text, value] = GetParam();
+  ASSERT_NE(readLiteral(text), nullptr);
+  EXPECT_EQ(Type::toText(*readLiteral(text)), value);
+  Filtrix::Test::ProgramBench bench;
+  ASSERT_TRUE(bench.load("source s { " + text + " } process p(Dilation) { in <= " + text + "; out => o; }"));
+  EXPECT_EQ(Type::toText(*bench.registry.getSourceData("s")), value);
+  EXPECT_EQ(Type::toText(*bench.registry.getData("p:o")), value);
+  EXPECT_TRUE(bench.complaints().empty());
+}
+
+const std::string manyDigits(10'000, '9');
+
+INSTANTIATE_TEST_SUITE_P(
+    Numbers, LiteralValueTest,
+    testing::Values(ValueCase{"AboveTheLargest", "2147483648", "-2147483648"},
+                    ValueCase{"FarAboveTheLargest", "99999999999", "1215752191"},
+                    ValueCase{"BelowTheSmallest", "-2147483649", "2147483647"},
+                    // 10^10000 - 1, and 2^32 divides 10^10000
+                    ValueCase{"IntegerOfTenThousandDigits", manyDigits, "-1"},
+                    ValueCase{"FloatOfTenThousandDigits", manyDigits + ".5", "inff"},
+                    ValueCase{"NegativeFloatOfTenThousandDigits", "-" + manyDigits + ".5", "-inff"},
+                    ValueCase{"FloatOfTenThousandZeros", "0." + std::string(10'000, '0') + "1", "0f"}),
+    [](const auto& test) { return std::string(test.param.name); });
 
 TEST(ReadLiteral, TriesTheKindsInOrder)
 {

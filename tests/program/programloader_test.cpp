@@ -8,6 +8,9 @@
 
 #include <sys/stat.h>
 
+#include <functional>
+#include <thread>
+
 namespace ZR::Filtrix::Test
 {
 namespace
@@ -204,6 +207,75 @@ TEST_F(ProgramLoaderTest, HoldsAllTextTogetherToItsLimit)
   EXPECT_THAT(bench.complaints(), ElementsAre(failure("big.fxs", "the programs of the load have more than 16777216 "
                                                                  "bytes together. [main.fxs:1:15: big.fxs]")));
   EXPECT_FALSE(bench.load(std::string(Limits::importBytes + 1, ' ')));
+}
+
+// What is asked of a file is asked of the one that was opened, whatever stands at its path by then.
+TEST_F(ProgramLoaderTest, AFileIsTheOneThatWasOpened)
+{
+  const fs::path path = folder.write("a.fxs", "source first { }");
+  folder.write("other/b.fxs", "source second { }");
+  const std::function<void()> swaps[] = {
+      [&] { fs::rename(folder.path() / "other/b.fxs", path); },
+      [&] { fs::remove(path), fs::create_symlink("other/b.fxs", path); },
+      [&] { fs::remove(path), fs::create_directory(path); },
+      [&] { EXPECT_TRUE(fs::remove(path) && ::mkfifo(path.c_str(), 0600) == 0); },
+      [&] { fs::remove(path); },
+  };
+  for (const auto& swap : swaps)
+  {
+    fs::remove_all(path);
+    folder.write("a.fxs", "source first { }");
+    struct stat status = {};
+    ASSERT_EQ(::stat(path.c_str(), &status), 0);
+    ProgramFile file(path);
+    swap();
+    EXPECT_EQ(file.getKind(), ProgramFile::Kind::Readable);
+    EXPECT_EQ(file.getIdentity(), (ProgramFile::Identity{status.st_dev, status.st_ino}));
+    EXPECT_EQ(file.read(100), "source first { }");
+    EXPECT_NE(file.getRealPath(), fs::canonical(folder.path() / "other") / "b.fxs");
+    folder.write("other/b.fxs", "source second { }");
+  }
+}
+
+// Somebody swaps the imported file for a link to one that must not be read, as fast as they can.
+TEST_F(ProgramLoaderTest, AFileThatIsSwappedDuringAnImportIsReadOrRefused)
+{
+  folder.write("secret.txt", "source secret { }");
+  folder.write("in/main.fxs", "import file { near.txt } delete source { near }");
+  folder.write("in/near.txt", "source near { }");
+  const std::jthread swapper(
+      [&](const std::stop_token& stop)
+      {
+        const fs::path place = folder.path() / "in/near.txt";
+        const fs::path next = folder.path() / "in/next.txt";
+        for (bool isLink = true; !stop.stop_requested(); isLink = !isLink)
+        {
+          if (isLink)
+            fs::create_symlink("../secret.txt", next);
+          else
+            folder.write("in/next.txt", "source near { }");
+          fs::rename(next, place);  // in one step: there is always a file
+        }
+      });
+  int read = 0;
+  int refused = 0;
+  for (int loads = 0; loads < 100'000 && (read < 20 || refused < 20) && !HasFailure(); ++loads)
+  {
+    EXPECT_TRUE(load("in/main.fxs"));
+    EXPECT_THAT(bench.registry.getSources(), IsEmpty());
+    const std::vector<std::string> lines = bench.complaints();
+    if (lines.empty())
+    {
+      ++read;
+      continue;
+    }
+    ++refused;
+    // Refused, and therefore nothing there to delete. "unable to read" and the like would be faults.
+    EXPECT_THAT(lines, ElementsAre(HasSubstr("expected a file beneath"), HasSubstr("Can't delete source \"near\""),
+                                   HasSubstr("Can't delete source: near")));
+  }
+  EXPECT_GE(read, 20);
+  EXPECT_GE(refused, 20);
 }
 
 TEST_F(ProgramLoaderTest, CatchesExceptions)

@@ -3,6 +3,7 @@
 #include "filtrix/ku/log.h"
 #include "platform/robot.h"
 #include "sources/calibrations.h"
+#include "support/fulldisk.h"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -96,6 +97,35 @@ TEST_F(CalibrationTest, KeepsItsAspectRatio)
   EXPECT_THAT(ZR::errorOf([&] { (void)Calibration().scaleTo(320, 200); }), HasSubstr("cannot scale 0 x 0"));
 }
 
+TEST_F(CalibrationTest, MayHaveLongNumbersInCommentsAndNames)
+{
+  straightCamera(640, 480, 500).save(file);
+  std::ofstream(file, std::ios::app) << "camera4294967936: 12345678901.5 # taken at 20240102030405\n";
+  Calibration loaded;
+  loaded.load(file);
+  expectEqual(loaded, straightCamera(640, 480, 500));
+}
+
+TEST_F(CalibrationTest, LeavesTheFileOfBeforeWhenTheDiskIsFull)
+{
+  straightCamera(640, 480, 500).save(file);
+  Calibration other = straightCamera(320, 240, 250);
+  other.distortion = cv::Mat::ones(1, 14, CV_64FC1);
+  {
+    const ZR::Test::FullDisk disk(500);
+    EXPECT_EQ(ZR::errorOf([&] { other.save(file); }), "Invalid calibration save file:\"" + file + "\": File too large");
+  }
+  EXPECT_THAT(log.texts("vision.calibration"),
+              testing::Contains(StartsWith("Cannot write calibration file \"" + file)));
+  EXPECT_FALSE(std::filesystem::exists(file + ".part"));
+  Calibration loaded;
+  loaded.load(file);
+  expectEqual(loaded, straightCamera(640, 480, 500));
+  other.save(file);
+  loaded.load(file);
+  expectEqual(loaded, other);
+}
+
 TEST_F(CalibrationTest, TellsWhatItCannotOpen)
 {
   const Calibration camera = straightCamera(640, 480, 500);
@@ -166,6 +196,21 @@ INSTANTIATE_TEST_SUITE_P(
         BadFile{"FractionAsHeight", "height", "height: 480.5\n", "came 480.5"},
         BadFile{"NoHeightAtAll", "height", "height: 0\n", "came 0"},
         BadFile{"GreatHeight", "height", "height: 16385\n", "came 16385"},
+        BadFile{"WidthThatWraps", "width", "width: 4294967936\n",
+                "expected whole numbers of 32 bits, came \"4294967936\""},
+        BadFile{"WidthThatWrapsFromBelow", "width", "width: -4294966656\n", "came \"4294966656\""},
+        BadFile{"HexadecimalWidthThatWraps", "width", "width:   0x100000280 # QVGA\n", "came \"0x100000280\""},
+        BadFile{"OctalWidthThatWraps", "width", "width:\n   040000001200\n", "came \"040000001200\""},
+        BadFile{"WidthBehindAComment", "width", "# 1\rwidth: 4294967936\n", "came \"4294967936\""},
+        BadFile{"HeightOf14Digits", "height", "height: 99999999999999\n", "came \"99999999999999\""},
+        BadFile{"HeightBeyond64Bits", "height", "height: 18446744073709552096\n", "came \"18446744073709552096\""},
+        BadFile{"WidthWithAnExponent", "width", "width: 1e300\n",
+                "\"width\": expected a whole number from 1 to 16384, came 1e+300"},
+        BadFile{"NegativeWidth", "width", "width: -640\n", "came -640"},
+        BadFile{"ElementThatWraps", "cameraMatrix",
+                "cameraMatrix: !!opencv-matrix\n   rows: 3\n   cols: 3\n   dt: f\n"
+                "   data: [ 4294967297, 0., 1., 0., 1., 1., 0., 0., 1. ]\n",
+                "came \"4294967297\""},
         BadFile{"NoMatrix", "cameraMatrix", "", "\"cameraMatrix\": expected a matrix, came nothing"},
         BadFile{"NumberAsMatrix", "cameraMatrix", "cameraMatrix: 3\n", "\"cameraMatrix\": expected a matrix"},
         BadFile{"OtherShape", "projectionMatrix", matrixText("projectionMatrix", 3, 3, "f", 9), "expected 3 x 4"},

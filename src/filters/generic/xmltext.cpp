@@ -192,11 +192,16 @@ std::string readSmallFile(const std::filesystem::path& path)
   return text;
 }
 
-boost::property_tree::ptree parseXml(const std::string& text)
+void requirePlainXml(const std::string& text)
 {
   if (text.size() > largestXmlFile)
     throw std::runtime_error(fmt::format("expected at most {} bytes, got {}", largestXmlFile, text.size()));
   TagWalk(text).run();
+}
+
+boost::property_tree::ptree parseXml(const std::string& text)
+{
+  requirePlainXml(text);
 
   namespace xml = boost::property_tree::xml_parser;
   boost::property_tree::ptree tree;

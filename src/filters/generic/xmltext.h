@@ -17,11 +17,14 @@ inline constexpr std::size_t mostXmlElements = 1U << 18U;  ///< each costs some 
 /// was expected and what came, when there is no such file or it is larger than `largestXmlFile`.
 [[nodiscard]] std::string readSmallFile(const std::filesystem::path& path);
 
-/// The text as a tree, without comments; blanks stay.
+/// What a reader of XML may be given without fear for its stack and for memory.
 ///
-/// The reader calls itself for each element within another, so what is nested beyond the stack would end the program.
+/// Readers call themselves for each element within another, so what is nested beyond the stack would end the program.
 /// Tags are therefore read beforehand by a strict grammar, in which nobody can hide one tag in another: names, and
 /// attributes with quoted values without "<". Comments, CDATA and processing instructions are taken, document types are
 /// not. Throws std::runtime_error with the line for what is too deep, too long or no XML.
+void requirePlainXml(const std::string& text);
+
+/// The text as a tree, without comments; blanks stay. Throws as `requirePlainXml` does.
 [[nodiscard]] boost::property_tree::ptree parseXml(const std::string& text);
 }  // namespace ZR::Filtrix::Filters

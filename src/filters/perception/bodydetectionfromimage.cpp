@@ -87,6 +87,12 @@ float shareInCommon(const cv::Rect2f& a, const cv::Rect2f& b)
   return common / std::max(a.area() + b.area() - common, 1.0F);
 }
 
+// Boxes that are none have no order and no share in common.
+bool isFinite(const cv::Rect2f& box)
+{
+  return std::isfinite(box.x) && std::isfinite(box.y) && std::isfinite(box.area());
+}
+
 Boxes boxesOf(const DataArray& objects)
 {
   Boxes boxes;
@@ -94,7 +100,7 @@ Boxes boxesOf(const DataArray& objects)
   {
     const auto* const object = value ? value->get<Type::Object2D>() : nullptr;
     const auto region = object != nullptr ? propertyOf<Type::Region2>(*object, Object2DProperty::Region2D) : nullptr;
-    if (region)
+    if (region && isFinite(toRect(*region)))
       boxes.push_back(toRect(*region));
   }
   return boxes;

@@ -5,6 +5,7 @@
 #include "filters/perception/objectview.h"
 #include "filters/perception/perceptionfilter.h"
 #include "filters/perception/perceptionfilters.h"
+#include "filters/perception/topixel.h"
 #include "filtrix/histogram.h"
 #include "filtrix/ku/log.h"
 
@@ -49,9 +50,9 @@ private:
       return complain("ComputeHorizontalHistogram");
     if (!shoulders)
       return complain("AnalyseBodySize");
-    const int first = std::clamp(static_cast<int>(shoulders->start.x) - view->left, 0, view->width() - 1);
+    const int first = std::clamp(toPixel(shoulders->start.x) - view->left, 0, view->width() - 1);
     const int last = std::clamp(static_cast<int>(shoulders->end.x) - view->left, first, view->width() - 1);
-    int row = std::clamp(static_cast<int>(shoulders->start.y) - view->top, 0, view->height() - 1);
+    int row = std::clamp(toPixel(shoulders->start.y) - view->top, 0, view->height() - 1);
     while (row + 1 < view->height() && fillOf(*view, row + 1, first, last) >= leastFill)
       ++row;
     human.setProperty(HumanProperty::BodyLimit, makeData(static_cast<std::int32_t>(view->top + row)));

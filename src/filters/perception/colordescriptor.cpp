@@ -9,6 +9,7 @@
 #include "filters/perception/objects.h"
 #include "filters/perception/perceptionfilter.h"
 #include "filters/perception/perceptionfilters.h"
+#include "filters/perception/topixel.h"
 #include "filtrix/histogram.h"
 #include "filtrix/image.h"
 #include "filtrix/ku/log.h"
@@ -68,8 +69,8 @@ private:
     const auto place = body ? propertyOf<Type::Region2>(*body, Object2DProperty::Region2D) : nullptr;
     if (!mask || !roi || !image || !place)
       return;
-    const int left = static_cast<int>(roi->start.x - place->start.x);
-    const int top = static_cast<int>(roi->start.y - place->start.y);
+    const int left = toPixel(roi->start.x - place->start.x);
+    const int top = toPixel(roi->start.y - place->start.y);
     Type::Histogram weights(bins);
     Type::Histogram counts(bins);
     float sum = 0.0F;

@@ -9,6 +9,7 @@
 #include "filters/perception/perceptionfilters.h"
 #include "filtrix/ku/log.h"
 
+#include <cmath>
 #include <vector>
 
 namespace ZR::Filtrix::Filters
@@ -48,6 +49,13 @@ private:
     float height;
   };
 
+  // 0 without a real length, and for one without end.
+  static float distanceBy(float focal, float realLength, float pixels)
+  {
+    const float distance = realLength > 0.0F ? focal * realLength / pixels : 0.0F;
+    return std::isfinite(distance) ? distance : 0.0F;
+  }
+
   static float distanceOf(const Type::Object2D& object, const Size& real)
   {
     const auto region = propertyOf<Type::Region2>(object, Object2DProperty::Region2D);
@@ -60,8 +68,8 @@ private:
     const float height = region->end.y - region->start.y + 1.0F;
     if (!camera.isValid() || !(width >= 1.0F) || !(height >= 1.0F))
       return 0.0F;
-    const float byWidth = real.width > 0.0F ? camera.focalX() * real.width / width : 0.0F;
-    const float byHeight = real.height > 0.0F ? camera.focalY() * real.height / height : 0.0F;
+    const float byWidth = distanceBy(camera.focalX(), real.width, width);
+    const float byHeight = distanceBy(camera.focalY(), real.height, height);
     const bool isWidthCut =
         isTrue(object, Object2DProperty::LeftBorderTouched) || isTrue(object, Object2DProperty::RightBorderTouched);
     const bool isHeightCut =

@@ -7,6 +7,7 @@
 #include "filters/perception/objectview.h"
 #include "filters/perception/perceptionfilter.h"
 #include "filters/perception/perceptionfilters.h"
+#include "filters/perception/topixel.h"
 #include "filtrix/image.h"
 #include "filtrix/ku/log.h"
 
@@ -76,8 +77,8 @@ private:
         view->camera.point(shoulders->end.x, shoulders->start.y, view->distance) - cv::Vec3f(0.0F, aside, below);
     const cv::Vec2f start = camera.pixel(topLeft);
     const cv::Vec2f end = camera.pixel(bottomRight);
-    const cv::Rect wanted(cv::Point(static_cast<int>(std::floor(start[0])), static_cast<int>(std::floor(start[1]))),
-                          cv::Point(static_cast<int>(std::ceil(end[0])) + 1, static_cast<int>(std::ceil(end[1])) + 1));
+    const cv::Rect wanted(cv::Point(toPixel(std::floor(start[0])), toPixel(std::floor(start[1]))),
+                          cv::Point(toPixel(std::ceil(end[0])) + 1, toPixel(std::ceil(end[1])) + 1));
     const cv::Rect box = partOf(wanted, image.cvMat().size());
     human.setObject2D(ObjectName::bodyImage, makeObject(*object, *view, image, box));
   }

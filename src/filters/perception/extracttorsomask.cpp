@@ -6,6 +6,7 @@
 #include "filters/perception/objectview.h"
 #include "filters/perception/perceptionfilter.h"
 #include "filters/perception/perceptionfilters.h"
+#include "filters/perception/topixel.h"
 #include "filtrix/image.h"
 #include "filtrix/ku/log.h"
 
@@ -81,9 +82,9 @@ private:
     const float across = view.camera.focalX() / view.distance;
     const float axis = 0.5F * (shoulders.start.x + shoulders.end.x) - static_cast<float>(view.left);
     const float start = shoulders.start.y - static_cast<float>(view.top) + top * down;
-    const cv::Rect wanted(cv::Point(static_cast<int>(axis - halfWidth * across), static_cast<int>(start)),
-                          cv::Point(static_cast<int>(axis + halfWidth * across) + 1,
-                                    static_cast<int>(start + (torsoBottom - torsoTop) * down) + 1));
+    const cv::Rect wanted(
+        cv::Point(toPixel(axis - halfWidth * across), toPixel(start)),
+        cv::Point(toPixel(axis + halfWidth * across) + 1, toPixel(start + (torsoBottom - torsoTop) * down) + 1));
     return wanted & cv::Rect(0, 0, view.width(), view.height());
   }
 
@@ -116,9 +117,9 @@ private:
     human.setProperty(HumanProperty::TorsoMask, makeData(std::make_shared<Type::BinaryImage>(
                                                     mask(box).clone(), image.sourceName(), image.timestamp(),
                                                     share * image.horizontalFov(), heightShare * image.verticalFov())));
-    human.setProperty(HumanProperty::TorsoMaskRoi,
-                      makeData(boxRegion(static_cast<int>(place.start.x) + box.x,
-                                         static_cast<int>(place.start.y) + box.y, box.width, box.height)));
+    human.setProperty(
+        HumanProperty::TorsoMaskRoi,
+        makeData(boxRegion(toPixel(place.start.x) + box.x, toPixel(place.start.y) + box.y, box.width, box.height)));
     human.setProperty(HumanProperty::TorsoMaskRoiInDepthImage,
                       makeData(boxRegion(view.left + torso.x, view.top + torso.y, torso.width, torso.height)));
   }

@@ -1,6 +1,8 @@
 #include "filters/perception/facedetector.h"
 
 #include "filters/generic/genericfilters.h"
+#include "filters/generic/xmltext.h"
+#include "filters/perception/cascade.h"
 #include "filtrix/image.h"
 #include "filtrix/ku/log.h"
 #include "filtrix/ku/path.h"
@@ -8,7 +10,9 @@
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
+#include <exception>
 #include <tuple>
+#include <utility>
 
 namespace ZR::Filtrix::Filters
 {
@@ -29,20 +33,6 @@ std::string findCascade()
     path = ku::path::findData("opencv4", cascadeName);
   return path ? path->string() : std::string();
 }
-
-// Null when the file is no cascade.
-std::unique_ptr<cv::CascadeClassifier> load(const std::string& file)
-{
-  auto classifier = std::make_unique<cv::CascadeClassifier>();
-  try
-  {
-    return classifier->load(file) ? std::move(classifier) : nullptr;
-  }
-  catch (const cv::Exception&)  // it cannot even be parsed
-  {
-    return nullptr;
-  }
-}
 }  // namespace
 
 FaceDetector::FaceDetector(const std::string& category) : luminance(makeLuminance()), key("faces")
@@ -53,15 +43,18 @@ FaceDetector::FaceDetector(const std::string& category) : luminance(makeLuminanc
     ku::log::error(category, "Could not find file {}", cascadeName);
     return;
   }
-  auto classifier = load(found);
-  if (!classifier)
+  try
   {
-    ku::log::error(category, "Could not load cascade file {}", found);
+    std::string text = readSmallFile(found);
+    idle.push_back(readCascade(text));
+    cascade = std::move(text);
+  }
+  catch (const std::exception& error)
+  {
+    ku::log::error(category, "Could not load cascade file {}: {}", found, error.what());
     return;
   }
   ku::log::info(category, "Loaded file {}", found);
-  idle.push_back(std::move(classifier));
-  file = found;
 }
 
 std::vector<cv::Rect> FaceDetector::detect(const Data& image, const cv::Rect& part, float enlargement) const
@@ -112,6 +105,6 @@ FaceDetector::Classifier FaceDetector::take() const
       return classifier;
     }
   }
-  return load(file);
+  return readCascade(cascade);
 }
 }  // namespace ZR::Filtrix::Filters

@@ -18,7 +18,7 @@ namespace ZR::Filtrix::Filters
 /// cascade of classifiers on local binary patterns, slid over the image at all sizes.
 ///
 /// The trained cascade is the data file "lbpcascades/lbpcascade_frontalface.xml" of the application "zorqa/vision";
-/// else that of "opencv4", which is the system's own. Thread-safe.
+/// else that of "opencv4", which is the system's own. It is read once, at most 8 MiB. Thread-safe.
 ///
 /// Sources: P. Viola, M. Jones, "Robust Real-Time Face Detection", IJCV 57(2), 2004; S. Liao, X. Zhu, Z. Lei, L. Zhang,
 /// S. Z. Li, "Learning Multi-scale Block Local Binary Patterns for Face Recognition", ICB 2007.
@@ -28,7 +28,7 @@ public:
   /// Loads the cascade, and logs under the category how that went.
   explicit FaceDetector(const std::string& category);
 
-  [[nodiscard]] bool isLoaded() const noexcept { return !file.empty(); }
+  [[nodiscard]] bool isLoaded() const noexcept { return !cascade.empty(); }
 
   /// The boxes of the faces in a part of an image, in pixels of the whole image, from above to below and from left to
   /// right. The image is a ColorImage or a GrayscaleImage, and the part lies within it. Only the part is looked at, so
@@ -42,7 +42,7 @@ private:
   [[nodiscard]] cv::Mat toGray(const Data& image, const cv::Rect& part) const;
   [[nodiscard]] Classifier take() const;
 
-  std::string file;  // empty when there is none that can be read
+  std::string cascade;  // the text of the file, which may change; empty when there is none that can be read
   const FilterPtr luminance;
   const ProcessKey key;  // what the stateless luminance is applied under
 

@@ -1,6 +1,7 @@
 #include "filters/perception/humandrawing.h"
 
 #include "filters/perception/objects.h"
+#include "filters/perception/topixel.h"
 #include "filtrix/image.h"
 
 #include <fmt/format.h>
@@ -34,8 +35,8 @@ Canvas canvasOf(const std::shared_ptr<Type::Vector2>& size)
 
 cv::Rect toRect(const Type::Region2& region)
 {
-  const cv::Point start(static_cast<int>(region.start.x), static_cast<int>(region.start.y));
-  return {start, cv::Point(static_cast<int>(region.end.x) + 1, static_cast<int>(region.end.y) + 1)};
+  const cv::Point start(toPixel(region.start.x), toPixel(region.start.y));
+  return {start, cv::Point(toPixel(region.end.x) + 1, toPixel(region.end.y) + 1)};
 }
 
 void addLine(std::string* text, const std::string& line)

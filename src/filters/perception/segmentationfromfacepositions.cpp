@@ -7,6 +7,7 @@
 #include "filters/perception/objects.h"
 #include "filters/perception/perceptionfilter.h"
 #include "filters/perception/perceptionfilters.h"
+#include "filters/perception/topixel.h"
 #include "filtrix/image.h"
 
 #include <opencv2/imgproc.hpp>
@@ -83,7 +84,7 @@ private:
       const cv::Point end(static_cast<int>(middle + part.halfWidth * width), static_cast<int>(top + part.to * width));
       cv::rectangle(labels, start, end, cv::Scalar(label), cv::FILLED);
     }
-    const cv::Point centre(static_cast<int>(middle), static_cast<int>(0.5F * (face.start.y + face.end.y)));
+    const cv::Point centre(toPixel(middle), toPixel(0.5F * (face.start.y + face.end.y)));
     const cv::Size axes(std::max(1, static_cast<int>(0.5F * headWidth * width)),
                         std::max(1, static_cast<int>(0.5F * headHeight * width)));
     cv::ellipse(labels, centre, axes, 0.0, 0.0, 360.0, cv::Scalar(label), cv::FILLED);

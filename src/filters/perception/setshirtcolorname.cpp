@@ -9,6 +9,7 @@
 #include "filters/perception/perceptionfilter.h"
 #include "filters/perception/perceptionfilters.h"
 #include "filters/perception/shirtcolors.h"
+#include "filters/perception/topixel.h"
 #include "filtrix/histogram.h"
 #include "filtrix/image.h"
 
@@ -95,8 +96,7 @@ private:
     const auto place = body ? propertyOf<Type::Region2>(*body, Object2DProperty::Region2D) : nullptr;
     if (!mask || !roi || !image || !place)
       return;
-    const cv::Point offset(static_cast<int>(roi->start.x - place->start.x),
-                           static_cast<int>(roi->start.y - place->start.y));
+    const cv::Point offset(toPixel(roi->start.x - place->start.x), toPixel(roi->start.y - place->start.y));
     write(human, count(*image, *mask, offset));
   }
 

@@ -2,6 +2,7 @@
 
 #include "filtrix/ku/log.h"
 #include "filtrix/ku/os.h"
+#include "foundation/ku/filereplacement.h"
 
 #include <fmt/format.h>
 #include <opencv2/core.hpp>
@@ -9,9 +10,14 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdint>
+#include <cstdlib>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <string_view>
+#include <system_error>
+#include <utility>
 #include <vector>
 
 namespace vision
@@ -121,7 +127,42 @@ void requireMatricesAlone(const std::string& text)
   }
 }
 
-// A text or a number that is too large would come out of the reader as some number all the same.
+bool isWordPart(char c)
+{
+  return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_' || c == '.';
+}
+
+// The number that begins there, as the reader of YAML takes it (also octal and hexadecimal ones); one beyond 64 bits is
+// the greatest or the least. Nothing for a number with a fraction or an exponent.
+std::optional<std::int64_t> wholeNumberAt(const std::string& text, std::size_t at)
+{
+  const std::size_t end = text.find_first_not_of("0123456789", at);
+  if (end != std::string::npos && (text[end] == '.' || text[end] == 'e'))
+    return std::nullopt;
+  const bool isNegative = at > 0 && text[at - 1] == '-';
+  return std::strtoll(text.c_str() + (isNegative ? at - 1 : at), nullptr, 0);
+}
+
+// The reader cuts whole numbers to 32 bits, so that 4294967936 would come out of it as 640.
+void requireSmallNumbers(const std::string& text)
+{
+  for (std::size_t i = 0; i < text.size(); ++i)
+  {
+    const bool startsWord = i == 0 || !isWordPart(text[i - 1]);
+    if (text[i] == '#' && (i == 0 || std::isspace(static_cast<unsigned char>(text[i - 1])) != 0))
+      i = std::min(text.find_first_of(std::string_view("\r\n\0", 3), i), text.size());
+    else if (startsWord && std::isdigit(static_cast<unsigned char>(text[i])) != 0)
+    {
+      const auto number = wholeNumberAt(text, i);
+      if (number && !std::in_range<std::int32_t>(*number))
+        throw std::runtime_error(
+            fmt::format("expected whole numbers of 32 bits, came \"{}\"",
+                        text.substr(i, std::min(text.find_first_of(" ,\r\n", i) - i, longestQuote))));
+    }
+  }
+}
+
+// A text would come out of the reader as some number all the same.
 int readSide(const cv::FileStorage& file, const char* key)
 {
   const cv::FileNode node = file[key];
@@ -188,6 +229,7 @@ Calibration parse(const std::string& text)
   requireShallow(text);
   requireOneDocument(text);
   requireMatricesAlone(text);
+  requireSmallNumbers(text);
   const cv::FileStorage file(text, cv::FileStorage::READ | cv::FileStorage::MEMORY | cv::FileStorage::FORMAT_YAML);
   Calibration read;
   read.width = readSide(file, "width");
@@ -256,9 +298,10 @@ catch (const std::exception& exception)
 void Calibration::save(const std::filesystem::path& path) const
 try
 {
-  cv::FileStorage file(path.string(), cv::FileStorage::WRITE | cv::FileStorage::FORMAT_YAML);
-  if (!file.isOpened())
+  ku::FileReplacement replacement(path);
+  if (!replacement.isOpen())
     throw std::runtime_error(fmt::format("Invalid calibration save file:\"{}\"", path.string()));
+  cv::FileStorage file(".yml", cv::FileStorage::WRITE | cv::FileStorage::MEMORY | cv::FileStorage::FORMAT_YAML);
   const auto writeEntry = [&](const char* key, const char* text, const auto& value)
   {
     ku::log::write(ku::log::Level::Verbose, category, text);
@@ -270,6 +313,9 @@ try
   writeEntry("distortion", "Write distortion matrix.", distortion);
   writeEntry("rectificationMatrix", "Write rectification matrix.", rectificationMatrix);
   writeEntry("projectionMatrix", "Write projection matrix.", projectionMatrix);
+  replacement.write(file.releaseAndGetString());
+  if (const std::error_code error = replacement.commit())
+    throw std::runtime_error(fmt::format("Invalid calibration save file:\"{}\": {}", path.string(), error.message()));
 }
 
 catch (const std::exception& exception)

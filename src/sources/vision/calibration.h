@@ -25,10 +25,11 @@ public:
   /// Reads a file. Whatever is wrong with it is logged and thrown as a std::exception that says what was expected and
   /// what came, and the calibration is as it was: a file that cannot be opened ("Invalid calibration file:"), is larger
   /// than 1 MiB or nested deeper than 32, sides that are not from 1 to 16384 pixels, a matrix that is missing, has
-  /// another shape or type than below, or a number that is not finite.
+  /// another shape or type than below, a number that is not finite, or a whole one beyond 32 bits.
   void load(const std::filesystem::path& path);
 
-  /// Writes a file that `load` gives back number by number. A failure is logged and thrown likewise.
+  /// Writes a file that `load` gives back number by number. A failure, such as a full disk, is logged and thrown
+  /// likewise, and an earlier file is as it was.
   void save(const std::filesystem::path& path) const;
 
   /// The calibration of the same camera at another resolution: focal lengths, centre and baseline are scaled. Throws

@@ -10,6 +10,7 @@
 #include <cmath>
 #include <limits>
 #include <map>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -220,6 +221,53 @@ TEST(Geodesic, ReachesAcrossLongImages)
   EXPECT_EQ(cv::countNonZero(grown == 5), 140'000);
   EXPECT_EQ(cv::countNonZero(labels), 1) << "the input was changed";
 }
+
+// Two shapes in an image of 70,000 pixels to a side, on both sides of the 65,536th.
+class LongImageTest : public testing::TestWithParam<bool>
+{
+protected:
+  [[nodiscard]] bool isTall() const { return GetParam(); }
+
+  [[nodiscard]] Vector2 at(float along, float across) const
+  {
+    return isTall() ? Vector2(across, along) : Vector2(along, across);
+  }
+
+  [[nodiscard]] cv::Mat paint(int type) const
+  {
+    cv::Mat mat = cv::Mat::zeros(2, 70'000, type);
+    mat(cv::Rect(10, 0, 65'600 - 10, 2)).setTo(1);
+    mat(cv::Rect(65'601, 0, 4'000, 2)).setTo(2);
+    return isTall() ? cv::Mat(mat.t()) : mat;
+  }
+};
+
+TEST_P(LongImageTest, IsMeasuredToItsEnd)
+{
+  const DataPtr labels = FilterBench(makeLabelize()).first({image<Type::GrayscaleImage>(paint(CV_8U)), makeData(0)});
+  EXPECT_EQ(cv::norm(Type::toCvMat(*labels), paint(CV_32S), cv::NORM_INF), 0.0);
+
+  const DataList boxes = FilterBench(makeBoundingBox())({labels});
+  ASSERT_EQ(boxes.size(), 2U);
+  EXPECT_EQ(*boxes[1]->get<Vector2>(), at(70'000, 2));
+  const DataArray& regions = boxes[0]->toArray();
+  ASSERT_EQ(regions.size(), 2U);
+  EXPECT_EQ(*regions[0]->get<Region2>(), Region2(at(10, 0), at(65'599, 1)));
+  EXPECT_EQ(*regions[1]->get<Region2>(), Region2(at(65'601, 0), at(69'600, 1)));
+
+  const DataArray centres = FilterBench(makeGravity()).first({labels})->toArray();
+  ASSERT_EQ(centres.size(), 2U);
+  EXPECT_EQ(*centres[0]->get<Vector2>(), at(32'804, 0));
+  EXPECT_EQ(*centres[1]->get<Vector2>(), at(67'600, 0));
+
+  const DataPtr large = FilterBench(makeDensity()).first({labels, makeData(65'536), makeData(200'000)});
+  EXPECT_EQ(cv::countNonZero(Type::toCvMat(*large)), 2 * 65'590);
+  const DataPtr small = FilterBench(makeDensity()).first({labels, makeData(1), makeData(65'535)});
+  EXPECT_EQ(cv::countNonZero(Type::toCvMat(*small)), 2 * 4'000);
+}
+
+INSTANTIATE_TEST_SUITE_P(Directions, LongImageTest, testing::Bool(),
+                         [](const auto& row) { return std::string(row.param ? "Tall" : "Wide"); });
 
 TEST(LabelFilters, KeepTheHeader)
 {

@@ -10,6 +10,8 @@
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
+#include <chrono>
+#include <ctime>
 #include <filesystem>
 #include <limits>
 #include <stdexcept>
@@ -242,6 +244,39 @@ TEST(LabelizeFilter, RefusesWhatItCannotLabel)
 
   EXPECT_TRUE(filter({image<Type::GrayscaleImage>(cv::Mat(0, 0, CV_8U)), nullptr}).empty());
   EXPECT_EQ(log.entries().size(), 5U) << "an empty image is no error";
+}
+
+// The time of this thread's processor for a labelling, the median of some: what else the machine does is not counted.
+std::chrono::nanoseconds timeToLabel(const cv::Mat& noise)
+{
+  const auto processorTime = []
+  {
+    timespec time{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+  };
+  std::vector<std::chrono::nanoseconds> times(9);
+  for (auto& time : times)
+  {
+    cv::Mat labels;
+    const auto start = processorTime();
+    labelize(noise, labels, 0, 0, 0);
+    time = processorTime() - start;
+  }
+  std::ranges::nth_element(times, times.begin() + 4);
+  return times[4];
+}
+
+// Next to every pixel of it is a label of its own: renumbering must not look at all labels for each.
+TEST(Labelize, NoiseCostsTimeInProportionToItsSize)
+{
+  cv::RNG random(17);
+  cv::Mat noise(480, 640, CV_8U);
+  random.fill(noise, cv::RNG::UNIFORM, 0, 8);
+  cv::Mat labels;
+  ASSERT_GT(labelize(noise, labels, 0, 0, 0), 100'000);
+  const auto quarter = timeToLabel(noise(cv::Rect(0, 0, 320, 240)));
+  EXPECT_LT(timeToLabel(noise), 8 * quarter);
 }
 
 class ImprovedLabelizeTest : public testing::Test

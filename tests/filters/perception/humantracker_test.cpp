@@ -271,6 +271,36 @@ TEST(HumanTracker, CountsAPersonWhoIsThereTwiceOnce)
   }
 }
 
+// More people than any room holds, who walk: each keeps its identity, and the runs come to an end.
+TEST(HumanTracker, FollowsAMultitude)
+{
+  constexpr std::size_t count = 2'000;
+  constexpr auto longest = std::chrono::seconds(60);
+  ku::ManualClock clock;
+  const auto tracker = Filters::makeHumanTracker();
+  const auto start = std::chrono::steady_clock::now();
+  for (int frame = 0; frame < 4; ++frame)
+  {
+    clock.advance(std::chrono::milliseconds(100));
+    std::vector<HumanPtr> people;
+    for (std::size_t i = 0; i < count; ++i)
+      people.push_back(observe(
+          {static_cast<float>(i % 50) + 0.1F * static_cast<float>(frame), static_cast<float>(i / 50)}, Time::now()));
+    const DataList outputs = tracker->run(inputsOf(population(people), {}));
+    ASSERT_EQ(outputs.size(), 2U);
+    EXPECT_EQ(outputs[0]->toArray().size(), frame < 3 ? 0U : count);
+    EXPECT_TRUE(outputs[1]->toArray().empty());
+    for (std::size_t i = 0; i < count; ++i)
+      ASSERT_EQ(people[i]->getId(), i + 1) << "frame " << frame;
+  }
+  clock.advance(std::chrono::milliseconds(100));
+  const DataList outputs = tracker->run(inputsOf(population({}), {}));
+  ASSERT_EQ(outputs.size(), 2U);
+  EXPECT_TRUE(outputs[0]->toArray().empty()) << "so many are not waited for";
+  EXPECT_EQ(outputs[1]->toArray().size(), count);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, longest);
+}
+
 TEST(HumanTracker, KeepsAFreeIdentityThatAnObservationBringsAlong)
 {
   ku::ManualClock clock;

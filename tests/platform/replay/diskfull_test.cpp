@@ -9,13 +9,11 @@
 #include "platform/replay/recordingservices.h"
 #include "platform/robot.h"
 #include "platform/tempfolder.h"
+#include "support/fulldisk.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sys/resource.h>
-
-#include <csignal>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -29,43 +27,6 @@ using testing::HasSubstr;
 using testing::SizeIs;
 
 constexpr rlim_t diskSize = 20'000;
-
-// A limit of this process for as long as it lives.
-class Limit final
-{
-public:
-  Limit(decltype(RLIMIT_FSIZE) resource_, rlim_t most) : resource(resource_)
-  {
-    ::getrlimit(resource, &before);
-    const rlimit now{most, before.rlim_max};
-    ::setrlimit(resource, &now);
-  }
-
-  ~Limit() { ::setrlimit(resource, &before); }
-
-  Limit(const Limit&) = delete;
-  Limit& operator=(const Limit&) = delete;
-
-private:
-  const decltype(RLIMIT_FSIZE) resource;
-  rlimit before{};
-};
-
-// No file can grow beyond some bytes: to those who write it is as a full disk.
-class FullDisk final
-{
-public:
-  FullDisk() : before(std::signal(SIGXFSZ, SIG_IGN)), limit(RLIMIT_FSIZE, diskSize) {}
-
-  ~FullDisk() { std::signal(SIGXFSZ, before); }
-
-  FullDisk(const FullDisk&) = delete;
-  FullDisk& operator=(const FullDisk&) = delete;
-
-private:
-  void (*const before)(int);
-  const Limit limit;
-};
 
 class ExhaustionTest : public testing::Test
 {
@@ -88,7 +49,7 @@ TEST_F(ExhaustionTest, ARecorderTellsThatTheDiskIsFullAndKeepsWhatItHas)
   const std::filesystem::path file = folder / "a.mcap";
   int written = 0;
   {
-    const FullDisk disk;
+    const ZR::Test::FullDisk disk(diskSize);
     Recorder recorder(file, plain());
     std::string error = "no error";
     while (error == "no error" && written < 1000)
@@ -122,7 +83,7 @@ TEST_F(ExhaustionTest, ACameraThatIsRecordedGoesOnWhenTheDiskIsFull)
     frame->setTimestamp(++time);
     return frame;
   };
-  const FullDisk disk;
+  const ZR::Test::FullDisk disk(diskSize);
   RecordingCamera recording(camera, std::make_shared<Recorder>(file, plain()));
   const std::string id = recording.subscribeCamera("me", 0, 0, ColorSpace::rgb, 30);
   for (int i = 1; i <= 200; ++i)
@@ -137,7 +98,7 @@ TEST_F(ExhaustionTest, AnImageThatDoesNotFitLeavesTheOneBefore)
   const auto before = randomImage(20, 10, ColorSpace::rgb);
   ASSERT_TRUE(before->writeFile(file));
   {
-    const FullDisk disk;
+    const ZR::Test::FullDisk disk(diskSize);
     EXPECT_FALSE(randomImage(200, 100, ColorSpace::rgb)->writeFile(file));
     EXPECT_FALSE(randomImage(200, 100, ColorSpace::rgb)->writePpm(folder / "b.ppm"));
   }
@@ -166,7 +127,7 @@ TEST_F(ExhaustionTest, NothingIsOpenedBeyondTheLastFile)
   }
   ZRImage read(1, 1, ColorSpace::gray);
   {
-    const Limit files(RLIMIT_NOFILE, 0);
+    const ZR::Test::Limit files(RLIMIT_NOFILE, 0);
     EXPECT_THAT(errorOf([&] { Recorder(folder / "b.mcap", plain()); }), HasSubstr("b.mcap: cannot be written"));
     EXPECT_THAT(errorOf([&] { static_cast<void>(openRecording(recorded)); }), HasSubstr("a.mcap"));
     EXPECT_FALSE(read.readFile(image));
