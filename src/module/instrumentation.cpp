@@ -14,6 +14,7 @@ namespace ZR::Filtrix
 namespace
 {
 using Microseconds = std::chrono::duration<double, std::micro>;
+using Seconds = std::chrono::duration<double>;
 using Milliseconds = std::chrono::duration<double, std::milli>;
 
 /// A program may hold a hundred thousand nodes: so many are told of a process, the costliest first.
@@ -87,9 +88,84 @@ ZRValue toZRValue(const ProcessInstrumentation& process)
                        {"percentile99", microseconds(figures.percentile99)},
                        {"nodes", ZRValue(std::move(nodes))}});
 }
+
+const char* wordFor(SourceState state)
+{
+  switch (state)
+  {
+  case SourceState::Unwanted:
+    return "not wanted";
+  case SourceState::Waiting:
+    return "waiting for its service";
+  case SourceState::Subscribed:
+    return "subscribed";
+  case SourceState::Lost:
+    return "lost, asked for anew";
+  case SourceState::Failed:
+    return "refused by its service";
+  }
+  return "";
+}
+
+// A robot has dozens of sources, of which a program reads a few.
+bool hasBeenWanted(const SourceFigures& source)
+{
+  return source.state != SourceState::Unwanted || source.values + source.failures + source.refused > 0;
+}
+
+ZRValue toZRValue(const SourceFigures& source)
+{
+  return ZRValue::map({{"name", source.name},
+                       {"state", wordFor(source.state)},
+                       {"values", source.values},
+                       {"failures", source.failures},
+                       {"refused", source.refused},
+                       {"age", source.age ? microseconds(*source.age) : ZRValue()}});
+}
+
+template <typename Item>
+ZRValue toArray(const std::vector<Item>& items)
+{
+  ZRValue::Array array;
+  for (const Item& item : items)
+    array.push_back(toZRValue(item));
+  return ZRValue(std::move(array));
+}
+
+std::string toText(const ProcessInstrumentation& process)
+{
+  const RunFigures& figures = process.figures;
+  std::string text = fmt::format("{}{}\n", process.name,
+                                 process.enabled  ? ""
+                                 : process.zombie ? " (disabled, but read by others)"
+                                                  : " (disabled)");
+  text += fmt::format("  rate {:.1f} of {:.1f} Hz, runs {}, failures {}, too early {}, unchanged {}\n", figures.rate,
+                      process.askedRate, figures.runs, figures.failures, figures.early, figures.unchanged);
+  text += fmt::format("  run: last {:.3f} ms, mean {:.3f} ms, 99 % within {:.3f} ms\n", milliseconds(figures.last),
+                      milliseconds(figures.mean), milliseconds(figures.percentile99));
+  if (!process.nodes.empty())
+    text += fmt::format("  {:>10} {:>11} {:>11} {:>11}  filter\n", "calls", "time ms", "mean ms", "longest ms");
+  for (const NodeInstrumentation& node : process.nodes)
+  {
+    const auto calls = static_cast<std::int64_t>(std::max<std::uint64_t>(node.figures.calls, 1));
+    text += fmt::format("  {:>10} {:>11.3f} {:>11.4f} {:>11.4f}  {}{}\n", node.figures.calls,
+                        milliseconds(node.figures.time), milliseconds(node.figures.time / calls),
+                        milliseconds(node.figures.longest), node.path,
+                        node.path.ends_with(node.filter) ? "" : " (" + node.filter + ")");
+  }
+  return text;
+}
+
+std::string toText(const SourceFigures& source)
+{
+  const std::string age =
+      source.age ? fmt::format("the newest {:.3f} s ago", Seconds(*source.age).count()) : "none so far";
+  return fmt::format("  {}: {}; values {}, {}; failed calls {}, refused {}\n", source.name, wordFor(source.state),
+                     source.values, age, source.failures, source.refused);
+}
 }  // namespace
 
-std::vector<ProcessInstrumentation> collectInstrumentation(const FiltrixPrivate& registry)
+std::vector<ProcessInstrumentation> collectProcesses(const FiltrixPrivate& registry)
 {
   std::vector<ProcessPtr> processes;
   registry.forEachProcess([&](const ProcessPtr& process) { processes.push_back(process); });
@@ -101,41 +177,25 @@ std::vector<ProcessInstrumentation> collectInstrumentation(const FiltrixPrivate&
   return result;
 }
 
-std::string toText(const std::vector<ProcessInstrumentation>& processes)
+std::string toText(const Instrumentation& instrumentation)
 {
-  if (processes.empty())
-    return "no processes\n";
   std::string text;
-  for (const ProcessInstrumentation& process : processes)
+  for (const ProcessInstrumentation& process : instrumentation.processes)
+    text += toText(process);
+  if (text.empty())
+    text = "no processes\n";
+  std::string sources;
+  for (const SourceFigures& source : instrumentation.sources)
   {
-    const RunFigures& figures = process.figures;
-    text += fmt::format("{}{}\n", process.name,
-                        process.enabled  ? ""
-                        : process.zombie ? " (disabled, but read by others)"
-                                         : " (disabled)");
-    text += fmt::format("  rate {:.1f} of {:.1f} Hz, runs {}, failures {}, too early {}, unchanged {}\n", figures.rate,
-                        process.askedRate, figures.runs, figures.failures, figures.early, figures.unchanged);
-    text += fmt::format("  run: last {:.3f} ms, mean {:.3f} ms, 99 % within {:.3f} ms\n", milliseconds(figures.last),
-                        milliseconds(figures.mean), milliseconds(figures.percentile99));
-    if (!process.nodes.empty())
-      text += fmt::format("  {:>10} {:>11} {:>11} {:>11}  filter\n", "calls", "time ms", "mean ms", "longest ms");
-    for (const NodeInstrumentation& node : process.nodes)
-    {
-      const auto calls = static_cast<std::int64_t>(std::max<std::uint64_t>(node.figures.calls, 1));
-      text += fmt::format("  {:>10} {:>11.3f} {:>11.4f} {:>11.4f}  {}{}\n", node.figures.calls,
-                          milliseconds(node.figures.time), milliseconds(node.figures.time / calls),
-                          milliseconds(node.figures.longest), node.path,
-                          node.path.ends_with(node.filter) ? "" : " (" + node.filter + ")");
-    }
+    if (hasBeenWanted(source))
+      sources += toText(source);
   }
-  return text;
+  return sources.empty() ? text : text + "sources\n" + sources;
 }
 
-ZRValue toZRValue(const std::vector<ProcessInstrumentation>& processes)
+ZRValue toZRValue(const Instrumentation& instrumentation)
 {
-  ZRValue::Array items;
-  for (const ProcessInstrumentation& process : processes)
-    items.push_back(toZRValue(process));
-  return ZRValue(std::move(items));
+  return ZRValue::map(
+      {{"processes", toArray(instrumentation.processes)}, {"sources", toArray(instrumentation.sources)}});
 }
 }  // namespace ZR::Filtrix

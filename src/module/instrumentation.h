@@ -3,6 +3,7 @@
 #include "exec/runstatistics.h"
 #include "filtrix/zrvalue.h"
 #include "graph/nodefilter.h"
+#include "sources/sourcefigures.h"
 
 #include <cstdint>
 #include <string>
@@ -32,12 +33,20 @@ struct ProcessInstrumentation
   std::vector<NodeInstrumentation> nodes;
 };
 
+struct Instrumentation
+{
+  std::vector<ProcessInstrumentation> processes;
+  std::vector<SourceFigures> sources;  ///< those that a service fills
+};
+
 /// The figures of every process at this moment, by name. Thread-safe.
-[[nodiscard]] std::vector<ProcessInstrumentation> collectInstrumentation(const FiltrixPrivate& registry);
+[[nodiscard]] std::vector<ProcessInstrumentation> collectProcesses(const FiltrixPrivate& registry);
 
-/// A table for people: a line per process, and below it a line per filter node, the costliest first.
-[[nodiscard]] std::string toText(const std::vector<ProcessInstrumentation>& processes);
+/// A table for people: a line per process, and below it a line per filter node, the costliest first; then a line per
+/// source, of those that a process reads or has read.
+[[nodiscard]] std::string toText(const Instrumentation& instrumentation);
 
-/// The same for tools: an array with a map for each process, times in microseconds.
-[[nodiscard]] ZRValue toZRValue(const std::vector<ProcessInstrumentation>& processes);
+/// The same for tools, with all sources: a map of two arrays, "processes" and "sources", with a map for each; times in
+/// microseconds.
+[[nodiscard]] ZRValue toZRValue(const Instrumentation& instrumentation);
 }  // namespace ZR::Filtrix

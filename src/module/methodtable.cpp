@@ -97,7 +97,8 @@ void ZRFiltrix::_bindMethods()
   bind("getScheduledJobs", "Lists the processes of one cycle of the scheduler, in order.", {}, &Self::getScheduledJobs);
   bind("startScheduler", "Starts running the processes.", {}, &Self::startScheduler);
   bind("stopScheduler", "Stops running the processes.", {}, &Self::stopScheduler);
-  bind("getInstrumentationResult", "Tells what the runs of processes and filters have cost.", {},
+  bind("getInstrumentationResult",
+       "Tells what the runs of processes and filters have cost, and what came from the robot's sensors.", {},
        &Self::getInstrumentationResult);
   bind("getDotGraph", "Draws a filter in the dot language.",
        {{"filter", "The name of the filter to dump."}, {"level", "Maximum depth (-1 for unlimited depth)"}},

@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <stdexcept>
 
 namespace ZR
@@ -301,12 +302,23 @@ void ZRFiltrix::stopScheduler()
 
 std::string ZRFiltrix::getInstrumentationResult()
 {
-  return Filtrix::toText(Filtrix::collectInstrumentation(*filtrixPrivate));
+  return Filtrix::toText(_collectInstrumentation());
 }
 
 ZRValue ZRFiltrix::getInstrumentationValue()
 {
-  return Filtrix::toZRValue(Filtrix::collectInstrumentation(*filtrixPrivate));
+  return Filtrix::toZRValue(_collectInstrumentation());
+}
+
+Filtrix::Instrumentation ZRFiltrix::_collectInstrumentation() const
+{
+  Filtrix::Instrumentation result;
+  result.processes = Filtrix::collectProcesses(*filtrixPrivate);
+  if (videoSource)
+    result.sources = videoSource->getFigures();
+  std::ranges::copy(audioSource->getFigures(), std::back_inserter(result.sources));
+  std::ranges::copy(motionSource->getFigures(), std::back_inserter(result.sources));
+  return result;
 }
 
 void ZRFiltrix::startMotionWorker()

@@ -12,6 +12,7 @@ namespace ZR::Filtrix
 {
 class AudioSource;
 class FiltrixPrivate;
+struct Instrumentation;
 class MotionSource;
 class VideoSource;
 }  // namespace ZR::Filtrix
@@ -107,7 +108,7 @@ public:
   void startScheduler();
   void stopScheduler();
 
-  /// What runs and filters have cost, for people and for tools.
+  /// What runs and filters have cost and what came from cameras, microphones and sensors, for people and for tools.
   std::string getInstrumentationResult();
   ZRValue getInstrumentationValue();
 
@@ -124,6 +125,7 @@ public:
 
 private:
   void _bindMethods();
+  [[nodiscard]] Filtrix::Instrumentation _collectInstrumentation() const;
 
   // Destroyed from the last to the first: the sources refer to the registry.
   std::shared_ptr<Filtrix::FiltrixPrivate> filtrixPrivate;

@@ -32,12 +32,6 @@ public:
   BuildError(const std::string& text, const OriginPtr& origin) : std::runtime_error(text + placeOf(origin)) {}
 };
 
-void refuseLongName(std::string_view subject, std::string_view name, const OriginPtr& origin)
-{
-  if (const std::string problem = tellIfTooLong(subject, name); !problem.empty())
-    throw BuildError(problem, origin);
-}
-
 std::size_t saturatingSum(std::size_t a, std::size_t b)
 {
   return std::min(a + b, Limits::expandedNodes + 1);
@@ -162,7 +156,7 @@ private:
 void exposeInput(FilterComposite& composite, const ExportDeclaration& declaration)
 {
   const auto& [node, port, name, origin] = declaration;
-  refuseLongName("the exported input's name", name, origin);
+  refuseLongName<BuildError>("the exported input's name", name, origin);
   if (port.find('(') == std::string::npos)
   {
     if (!composite.exposeInput(node, port, name))
@@ -294,7 +288,7 @@ std::string FiltrixPrivate::_noRoomForFilter(std::size_t pieces) const
 FiltrixPrivate::FilterCost FiltrixPrivate::_composeFilter(const FilterDeclaration& declaration,
                                                           FilterComposite& composite) const
 {
-  refuseLongName("the name", declaration.name, declaration.origin);
+  refuseLongName<BuildError>("the name", declaration.name, declaration.origin);
   if (filters.contains(declaration.name))
     throw BuildError(fmt::format("A filter with the name \"{}\" already exists.", declaration.name),
                      declaration.origin);
@@ -305,7 +299,7 @@ FiltrixPrivate::FilterCost FiltrixPrivate::_composeFilter(const FilterDeclaratio
   std::map<std::string, std::size_t> chains;
   for (const NodeDeclaration& node : declaration.nodes)
   {
-    refuseLongName("the node's name", node.name, node.origin);
+    refuseLongName<BuildError>("the node's name", node.name, node.origin);
     const auto type = filters.find(node.type);
     if (type == filters.end())
     {
@@ -348,7 +342,7 @@ FiltrixPrivate::FilterCost FiltrixPrivate::_composeFilter(const FilterDeclaratio
     exposeInput(composite, input);
   for (const ExportDeclaration& output : declaration.outputs)
   {
-    refuseLongName("the exported output's name", output.name, output.origin);
+    refuseLongName<BuildError>("the exported output's name", output.name, output.origin);
     if (!composite.exposeOutput(output.node, output.port, output.name))
       throw BuildError("Invalid exported output: \"", output.origin);
   }

@@ -25,6 +25,14 @@ namespace ZR::Filtrix
   return fmt::format("{} has {} bytes, expected at most {}.", subject, name.size(), Limits::nameBytes);
 }
 
+/// Throws an `Error` for such a name.
+template <typename Error>
+void refuseLongName(std::string_view subject, std::string_view name, const OriginPtr& origin)
+{
+  if (const std::string problem = tellIfTooLong(subject, name); !problem.empty())
+    throw Error(problem, origin);
+}
+
 /// As much of a name as a message shows: one that is refused may be a whole text.
 [[nodiscard]] inline std::string shortName(std::string_view name)
 {

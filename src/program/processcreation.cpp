@@ -40,12 +40,6 @@ public:
 
 constexpr auto shortPrefix = ProcessError::Prefix::Short;
 
-void refuseLongName(std::string_view subject, std::string_view name, const OriginPtr& origin)
-{
-  if (const std::string problem = tellIfTooLong(subject, name); !problem.empty())
-    throw ProcessError(problem, origin);
-}
-
 // `NAME` or `NAME(DEFAULT)`.
 NodeSourcePtr makePulse(const std::string& process, const Binding& declaration)
 {
@@ -110,7 +104,7 @@ void FiltrixPrivate::ProcessBuilder::addLocalSources(const std::vector<Binding>&
       source = makePulse(process->getName(), declaration);
     else
       throw ProcessError("Can't create process: invalid keyword \"" + declaration.left, declaration.origin);
-    refuseLongName("the " + declaration.left + "'s name", source->getName(), declaration.origin);
+    refuseLongName<ProcessError>("the " + declaration.left + "'s name", source->getName(), declaration.origin);
     source->setOrigin(declaration.origin);
     localSources.emplace(source->getName(), source);
   }
@@ -226,7 +220,7 @@ void FiltrixPrivate::ProcessBuilder::bindOutputs(const std::vector<Binding>& out
                        process->getName(), node->getName(), portName, where);
       continue;
     }
-    refuseLongName("the sink's name", sinkName, origin);
+    refuseLongName<ProcessError>("the sink's name", sinkName, origin);
     const auto first = process->getSinks().find(sinkName);
     if (first == process->getSinks().end())
     {
@@ -254,7 +248,7 @@ void FiltrixPrivate::ProcessBuilder::aggregate(const std::vector<Binding>& aggre
   for (const Binding& output : aggregatedOutputs)
   {
     const auto& [name, target, origin] = output;
-    refuseLongName("the aggregation's name", name, origin);
+    refuseLongName<ProcessError>("the aggregation's name", name, origin);
     if (target.find(':') == std::string::npos)
     {
       if (target != "self" && target != "this")
@@ -340,7 +334,7 @@ bool FiltrixPrivate::createProcess(const std::string& name, const std::string& f
   ProcessPtr process;
   try
   {
-    refuseLongName("the name", name, origin);
+    refuseLongName<ProcessError>("the name", name, origin);
     process = std::make_shared<Process>(name, priority, frequency, tolerance);
     process->setOrigin(origin);
     ProcessBuilder builder(*this, process);

@@ -84,16 +84,20 @@ public:
 
   std::string getName() const override { return "AudioSourceWorker"; }
 
+  SourceFigures getFigures() const override { return progress.get(); }
+
   microseconds step() override
   {
     const bool isWanted = _isWanted();
     const std::string id = _openId();
-    if (id.empty())
-      return isWanted ? _subscribe() : whileUnwanted;
     if (isWanted)
-      return _listen(id);
-    _publish(nullptr);
-    _unsubscribe(calls);
+      return id.empty() ? _subscribe() : _listen(id);
+    if (!id.empty())
+    {
+      _publish(nullptr);
+      _unsubscribe(calls);
+    }
+    progress.enter(SourceState::Unwanted);
     return whileUnwanted;
   }
 
@@ -127,7 +131,13 @@ private:
   {
     std::string id;
     if (!calls.make("Error when calling ZRAudioDevice::subscribeAudio: ", [&] { id = subscribe(*_service()); }))
+    {
+      progress.fail();
+      progress.enter(isAnew ? SourceState::Lost : SourceState::Waiting);
       return afterFailure;
+    }
+    isAnew = false;
+    progress.enter(SourceState::Subscribed);
     bool isLate = false;
     {
       const std::lock_guard lock(mutex);
@@ -146,8 +156,9 @@ private:
       const std::lock_guard lock(mutex);
       id.swap(openId);
     }
-    if (!id.empty())
-      with.make("Error when calling ZRAudioDevice::unsubscribe: ", [&] { _service()->unsubscribe(id); });
+    if (!id.empty() &&
+        !with.make("Error when calling ZRAudioDevice::unsubscribe: ", [&] { _service()->unsubscribe(id); }))
+      progress.fail();
   }
 
   microseconds _listen(const std::string& id)
@@ -163,7 +174,8 @@ private:
     }
     if (!block)
       return afterNothing;
-    calls.make("Can't take sound: ", [&] { _publish(toValue(*block)); });
+    if (!calls.make("Can't take sound: ", [&] { _publish(toValue(*block)); }))
+      progress.refuse();
     return whileListening;
   }
 
@@ -172,8 +184,11 @@ private:
   {
     if (_openId() != id)
       return afterFailure;  // it failed because it has ended
+    progress.fail();
     calls.make("Error when calling ZRAudioDevice::getBlock: ", [] { throw; });
     _unsubscribe(calls);
+    isAnew = true;
+    progress.enter(SourceState::Lost);
     return afterFailure;
   }
 
@@ -184,13 +199,21 @@ private:
       if (isClosed)
         return;
     }
-    if (const auto alive = registry.lock())
-      alive->setData(sourceName, value);
+    const auto alive = registry.lock();
+    if (!alive)
+      return;
+    alive->setData(sourceName, value);
+    if (value)
+      progress.bring();
   }
 
   const std::weak_ptr<ZRBroker> broker;
   const std::weak_ptr<FiltrixPrivate> registry;
-  ServiceCalls calls{category};  // for the thread of the round alone
+  SourceProgress progress{sourceName};
+
+  // For the thread of the round alone.
+  ServiceCalls calls{category};
+  bool isAnew = false;  // there was a subscription, and it was lost
 
   mutable std::mutex mutex;  // guards the two below; a leaf
   std::string openId;        // empty: not subscribed

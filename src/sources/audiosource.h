@@ -3,6 +3,7 @@
 #include "sources/sourceworkers.h"
 
 #include <memory>
+#include <vector>
 
 namespace ZR
 {
@@ -26,6 +27,9 @@ class AudioSource final
 {
 public:
   AudioSource(const std::shared_ptr<ZRBroker>& broker, const std::shared_ptr<FiltrixPrivate>& registry);
+
+  /// Of the one source, if it could be made. Thread-safe.
+  [[nodiscard]] std::vector<SourceFigures> getFigures() const { return workers.getFigures(); }
 
 private:
   SourceWorkers workers;

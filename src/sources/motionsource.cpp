@@ -75,4 +75,10 @@ void MotionSource::stopWorker()
   }
   workers.clear();
 }
+
+std::vector<SourceFigures> MotionSource::getFigures() const
+{
+  const std::lock_guard lock(mutex);
+  return workers.empty() ? std::vector<SourceFigures>() : workers.front().worker->getFigures();
+}
 }  // namespace ZR::Filtrix

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "sources/sourcefigures.h"
+
 #include <future>
 #include <memory>
 #include <mutex>
@@ -36,6 +38,9 @@ public:
   /// Waits until the worker has ended, or is stuck in the service for so long that it is left behind with a warning.
   void stopWorker();
 
+  /// Of each position; none without a worker.
+  [[nodiscard]] std::vector<SourceFigures> getFigures() const;
+
 private:
   struct Running
   {
@@ -46,7 +51,7 @@ private:
   const std::weak_ptr<ZRBroker> broker;
   const std::shared_ptr<FiltrixPrivate> registry;
 
-  std::mutex mutex;  // guards the workers
+  mutable std::mutex mutex;  // guards the workers
   std::vector<Running> workers;
 };
 }  // namespace ZR::Filtrix

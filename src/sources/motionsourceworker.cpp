@@ -92,6 +92,17 @@ void MotionSourceWorker::interrupt()
   alarm.interrupt();
 }
 
+std::vector<SourceFigures> MotionSourceWorker::getFigures() const
+{
+  std::vector<SourceFigures> figures;
+  for (const Sensor& sensor : sensors)
+  {
+    for (const Position& position : sensor.positions)
+      figures.push_back(position.progress->get());
+  }
+  return figures;
+}
+
 void MotionSourceWorker::run()
 {
   ::pthread_setname_np(::pthread_self(), threadName);
@@ -162,15 +173,22 @@ milliseconds MotionSourceWorker::_update(const std::string& serviceName, Positio
   float frequency = 0.0F;
   if (const auto alive = registry.lock())
     frequency = alive->getSourceDemand(position.sourceName);
-  if (frequency <= 0.0F || interrupted)
+  const bool isWanted = frequency > 0.0F;
+  position.progress->enter(isWanted ? SourceState::Subscribed : SourceState::Unwanted);
+  if (!isWanted || interrupted)
     return longestDelay;
   const auto now = _getPosition(serviceName, position.frame);
   if (!now)
+  {
+    position.progress->fail();
     return delayFor(frequency);
+  }
   std::string fault = faultOf(*now);
   if (!fault.empty() && fault != position.fault)
     ku::log::error(category, "{}: expected {} finite coordinates, {}", position.sourceName, coordinates, fault);
   position.fault = std::move(fault);
+  if (!position.fault.empty())
+    position.progress->refuse();
   if (position.fault.empty() && hasChanged(position.lastSent, *now))
     _publish(position, *now);
   return delayFor(frequency);
@@ -184,6 +202,7 @@ void MotionSourceWorker::_publish(Position& position, const std::vector<float>& 
   const DataPtr value = makeData(Type::Vector6{now[0], now[1], now[2], now[3], now[4], now[5]});
   value->setTimestamp(Time::now());
   alive->setData(position.sourceName, value);
+  position.progress->bring();
   position.lastSent = now;
 }
 

@@ -3,6 +3,7 @@
 #include "filtrix/ku/clock.h"
 #include "platform/motionservice.h"
 #include "sources/servicecalls.h"
+#include "sources/sourcefigures.h"
 
 #include <array>
 #include <atomic>
@@ -40,6 +41,9 @@ public:
   /// Lets nothing more be set, and `run` end as soon as the service lets it. Thread-safe.
   void interrupt();
 
+  /// Of each position. Thread-safe.
+  [[nodiscard]] std::vector<SourceFigures> getFigures() const;
+
 private:
   // One position in one frame, and what was last set.
   struct Position
@@ -48,6 +52,7 @@ private:
     MotionFrame frame;
     std::vector<float> lastSent;
     std::string fault;  ///< what was wrong with the last one, told when it changes
+    std::shared_ptr<SourceProgress> progress = std::make_shared<SourceProgress>(sourceName);
   };
 
   // A sensor, by the name that the service knows for it on this robot.

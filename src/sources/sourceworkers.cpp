@@ -121,4 +121,13 @@ void SourceWorkers::add(std::shared_ptr<SourceWorker> worker)
   all.push_back(std::make_shared<Rounds>(std::move(worker)));
   all.back()->start();
 }
+
+std::vector<SourceFigures> SourceWorkers::getFigures() const
+{
+  std::vector<SourceFigures> figures;
+  figures.reserve(all.size());
+  for (const auto& rounds : all)
+    figures.push_back(rounds->getWorker()->getFigures());
+  return figures;
+}
 }  // namespace ZR::Filtrix

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "sources/sourcefigures.h"
+
 #include <chrono>
 #include <memory>
 #include <string>
@@ -25,6 +27,9 @@ public:
   /// Gives back what the worker has of the service, beside a round in progress; that round, and any later one, brings
   /// nothing to the source any more. May block in the service. Thread-safe.
   virtual void close() = 0;
+
+  /// Thread-safe.
+  [[nodiscard]] virtual SourceFigures getFigures() const = 0;
 };
 
 /// Runs workers, each as a periodic task on the shared pool, and ends them in bounded time whatever they are stuck in.
@@ -42,6 +47,9 @@ public:
 
   /// Begins the worker's rounds.
   void add(std::shared_ptr<SourceWorker> worker);
+
+  /// Of every worker, in the order in which they were added. Not beside `add`.
+  [[nodiscard]] std::vector<SourceFigures> getFigures() const;
 
 private:
   class Rounds;

@@ -2,6 +2,7 @@
 
 #include "exec/event.h"
 #include "filtrix/ku/clock.h"
+#include "support/eventually.h"
 #include "support/graphkit.h"
 #include "support/testregistry.h"
 
@@ -20,18 +21,15 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-// Waits, in real time, until something has come about on another thread.
-template <typename Condition>
-bool eventually(Condition condition)
+// A filter whose calls last until the latch is opened.
+FunctionFilterPtr makeBlocker(std::latch& release)
 {
-  const auto end = std::chrono::steady_clock::now() + 20s;
-  while (!condition())
-  {
-    if (std::chrono::steady_clock::now() > end)
-      return false;
-    std::this_thread::yield();
-  }
-  return true;
+  return std::make_shared<FunctionFilter>("Blocker", std::vector<std::string>(), std::vector<std::string>{"out"},
+                                          [&release](const DataList&)
+                                          {
+                                            release.wait();
+                                            return DataList{makeData(1)};
+                                          });
 }
 
 class SchedulerTest : public testing::Test
@@ -160,13 +158,7 @@ TEST_F(SchedulerTest, KeepsTheNewestJobOfEachProcessUntilTheStart)
 TEST_F(SchedulerTest, DropsTheOldestJobsOfWorkersThatDoNotKeepUp)
 {
   std::latch release(1);
-  const auto blocker =
-      std::make_shared<FunctionFilter>("Blocker", std::vector<std::string>(), std::vector<std::string>{"out"},
-                                       [&](const DataList&)
-                                       {
-                                         release.wait();
-                                         return DataList{makeData(1)};
-                                       });
+  const FunctionFilterPtr blocker = makeBlocker(release);
   std::vector<std::shared_ptr<NodeFilter>> nodes;
   for (const char* const name : {"one", "two"})
   {
@@ -392,17 +384,10 @@ TEST_F(SchedulerTest, TellsOnceOfARunThatLastsLongAndServesTheOthers)
                                                         "The process \"stuck\" has been running for more than 1 s."}));
 }
 
-// A clock that was set back by half an hour must not hold anybody up for that time.
 TEST_F(SchedulerTest, SaysForWhomAStopWaits)
 {
   std::latch release(1);
-  const auto blocker =
-      std::make_shared<FunctionFilter>("Blocker", std::vector<std::string>(), std::vector<std::string>{"out"},
-                                       [&](const DataList&)
-                                       {
-                                         release.wait();
-                                         return DataList{makeData(1)};
-                                       });
+  const FunctionFilterPtr blocker = makeBlocker(release);
   const auto node = makeNode("n", blocker);
   add("stuck", 1)->addSink(makeSink("sink", *node));
   scheduler->rebuildJobs();
@@ -414,6 +399,7 @@ TEST_F(SchedulerTest, SaysForWhomAStopWaits)
   release.count_down();
 }
 
+// A clock that was set back by half an hour must not hold anybody up for that time.
 TEST_F(SchedulerTest, GoesOnWhenTheClockIsSetBack)
 {
   const ProcessPtr process = add("a", 1, 10.0F);

@@ -15,6 +15,7 @@
 #include "graph/dotgraph.h"
 #include "module/valuebridge.h"
 #include "program/programkit.h"
+#include "support/eventually.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -341,19 +342,6 @@ TEST_P(ShortageTest, AnImageIsHandedOutOrNot)
 INSTANTIATE_TEST_SUITE_P(Memory, ShortageTest, testing::Values(Shortage::momentary, Shortage::lasting),
                          [](const auto& test)
                          { return test.param == Shortage::momentary ? std::string("Momentary") : "Lasting"; });
-
-template <typename Condition>
-bool eventually(const Condition& condition)
-{
-  const auto end = std::chrono::steady_clock::now() + 20s;
-  while (!condition())
-  {
-    if (std::chrono::steady_clock::now() > end)
-      return false;
-    std::this_thread::sleep_for(1ms);
-  }
-  return true;
-}
 
 // For a while no thread gets any memory: the workers of the scheduler, those of the periodic tasks, the timer.
 TEST(ShortageEverywhere, CostsTheRunsOfThatTimeAndNoMore)

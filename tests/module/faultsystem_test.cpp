@@ -5,10 +5,12 @@
 
 #include "filtrix/image.h"
 #include "filtrix/ku/clock.h"
+#include "filtrix/vectors.h"
 #include "platform/fault/faultservices.h"
 #include "platform/sim/photographer.h"
 #include "platform/sim/simrobot.h"
 #include "program/filtrixprivate.h"
+#include "support/eventually.h"
 
 #include <gtest/gtest.h>
 
@@ -19,8 +21,12 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <set>
+#include <stdexcept>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace ZR::Filtrix::Test
 {
@@ -35,9 +41,6 @@ constexpr const char* program = "process colors(Identity, 5, 20) { in <= VideoDe
                                 "process poses(Identity, 5, 20) { in <= Motion_CameraTop<ROBOT>; out => out; }"
                                 // The last: it fails where the cameras do not tell what they are, and ends the load.
                                 "process depths(Identity, 5, 20) { in <= VideoDevice_DepthCamera<QQVGA>; out => out; }";
-
-/// A slow machine under a sanitizer must come through, too.
-constexpr auto patience = 20s;
 
 // Moves the clock on, many times faster than in life.
 class Hurry final
@@ -143,15 +146,15 @@ private:
   std::map<std::string, int> frames;
 };
 
-// A simulated robot whose head moves all the time, behind services that fail.
+// A simulated robot whose head moves all the time, behind services that fail; of the cameras perhaps only one.
 class BrokenRobot final
 {
 public:
-  BrokenRobot()
+  explicit BrokenRobot(std::optional<int> camera = std::nullopt)
   {
     robot.attach(*own.broker());
     cameras = std::make_shared<CountingCamera>(std::make_shared<Fault::FaultCamera>(
-        std::dynamic_pointer_cast<CameraService>(own.broker()->find(CameraService::serviceName)), faults));
+        std::dynamic_pointer_cast<CameraService>(own.broker()->find(CameraService::serviceName)), faults, camera));
     host.broker()->add(cameras);
     host.broker()->add(std::make_shared<Fault::FaultMotion>(
         std::dynamic_pointer_cast<MotionService>(own.broker()->find(MotionService::serviceName)), faults));
@@ -163,19 +166,6 @@ public:
   Host own;
   Host host;
 };
-
-// Waits until something holds, in real time.
-bool comesTrue(const std::function<bool()>& holds)
-{
-  const auto end = SteadyClock::now() + patience;
-  while (!holds())
-  {
-    if (SteadyClock::now() > end)
-      return false;
-    std::this_thread::sleep_for(2ms);
-  }
-  return true;
-}
 
 class BrokenModule final
 {
@@ -195,12 +185,24 @@ public:
     if (!registry->isProcess(sink.substr(0, sink.find(':'))))
       return false;
     const DataPtr before = registry->getLastData(sink);
-    return comesTrue(
+    return eventually(
         [&]
         {
           const DataPtr now = registry->getLastData(sink);
           return now && now != before;
         });
+  }
+
+  // What is counted of a source: "values", "failures", "refused".
+  [[nodiscard]] std::int64_t count(const std::string& what, const std::string& source) const
+  {
+    const ZRValue all = module->getInstrumentationValue();
+    for (const ZRValue& figures : all.at("sources").asArray())
+    {
+      if (figures.at("name") == ZRValue(source))
+        return figures.at(what).asInteger();
+    }
+    throw std::out_of_range(source);
   }
 
   // How long it takes to end, in real time.
@@ -244,6 +246,20 @@ bool staysFailed(Operation operation, Mode mode)
           mode == Mode::Intermittent);
 }
 
+// A motion service whose positions hold six times the same number, another one each time.
+class EvenMotion final : public MotionService
+{
+public:
+  std::vector<std::string> getSensorNames() override { return {"CameraTop"}; }
+
+  std::vector<float> getPosition(const std::string&, MotionFrame, bool) override
+  {
+    return std::vector<float>(6, static_cast<float>(++asked));
+  }
+
+  std::atomic<int> asked = 0;
+};
+
 class FaultSystem : public ::testing::TestWithParam<Operation>
 {
 };
@@ -271,7 +287,7 @@ TEST_P(FaultSystem, IsSurvivedInEveryMode)
     const std::uint64_t calls = robot.faults->calls(operation);
     if (operation == Operation::GetImage || operation == Operation::GetPosition || operation == Operation::ReleaseImage)
     {
-      EXPECT_TRUE(comesTrue([&] { return robot.faults->calls(operation) >= calls + 2 || mode == Mode::Stall; }));
+      EXPECT_TRUE(eventually([&] { return robot.faults->calls(operation) >= calls + 2 || mode == Mode::Stall; }));
     }
 
     // The other service goes on.
@@ -307,6 +323,83 @@ TEST_P(FaultSystem, IsSurvivedInEveryMode)
     robot.faults->setAll(Mode::None);
     EXPECT_EQ(robot.cameras->open(), 0U);
   }
+}
+
+// How many frames a camera brings meanwhile.
+std::int64_t framesWithin(const BrokenModule& module, const std::string& source, ku::Clock::duration length)
+{
+  const std::int64_t before = module.count("values", source);
+  const auto end = ku::Clock::now() + length;
+  while (ku::Clock::now() < end)
+    std::this_thread::sleep_for(1ms);
+  return module.count("values", source) - before;
+}
+
+TEST(FaultSystemRates, ACameraThatIsSlowOrFailsHoldsNoOtherUp)
+{
+  constexpr int depthCamera = 2;
+  const std::string color = "VideoDevice_TopCamera<QQVGA>";
+  const std::string depth = "VideoDevice_DepthCamera<QQVGA>";
+  const ku::log::Capture silence(ku::log::Level::Error);
+  const Hurry clock;
+  BrokenRobot robot(depthCamera);
+  robot.faults->setDelay(2s);
+  BrokenModule module(robot);
+  ASSERT_TRUE(module.goesOn("colors:out"));
+  ASSERT_TRUE(module.goesOn("depths:out"));
+  const std::int64_t usual = framesWithin(module, color, 6s);
+  EXPECT_GT(usual, 30);
+  for (const Mode mode : {Mode::Slow, Mode::Intermittent, Mode::Garbage})
+  {
+    SCOPED_TRACE("mode " + std::to_string(static_cast<int>(mode)));
+    robot.faults->set(Operation::GetImage, mode);
+    EXPECT_GT(framesWithin(module, color, 6s), usual / 2) << "beside other work of this machine";
+    robot.faults->set(Operation::GetImage, Mode::None);
+  }
+  EXPECT_GT(module.count("failures", depth), 0);
+  EXPECT_GT(module.count("refused", depth), 0);
+  EXPECT_EQ(module.count("failures", color) + module.count("refused", color), 0);
+  EXPECT_LT(module.end(), 5s);
+}
+
+TEST(Positions, AreWholeThoughACallerSetsThemBesideTheRobot)
+{
+  const std::string source = "Motion_CameraTop<ROBOT>";
+  const ku::log::Capture silence(ku::log::Level::Error);
+  const Hurry clock;
+  const Host host;
+  const auto motion = std::make_shared<EvenMotion>();
+  host.broker()->add(motion);
+  _createModule(host.broker());
+  const auto module = std::dynamic_pointer_cast<ZRFiltrix>(host.broker()->find(ZRFiltrix::moduleName));
+  auto& registry = **static_cast<std::shared_ptr<FiltrixPrivate>*>(module->getFiltrix());
+  module->loadProgram("process poses(Identity, 5, 1000) { in <= " + source + "; out => out; }");
+  module->startScheduler();
+  std::atomic<bool> isOver = false;
+  std::thread caller(
+      [&]
+      {
+        for (float x = -1.0F; !isOver; --x)
+          module->setMotionSource(source, std::vector<float>(6, x));
+      });
+  std::set<bool> ofTheCaller;
+  std::size_t torn = 0;
+  EXPECT_TRUE(eventually(
+      [&]
+      {
+        for (const DataPtr& value : {registry.getSourceData(source), registry.getLastData("poses:out")})
+        {
+          const auto* const pose = value ? value->get<Type::Vector6>() : nullptr;
+          if (pose == nullptr)
+            continue;
+          ofTheCaller.insert(pose->x < 0.0F);
+          torn += *pose == Type::Vector6{pose->x, pose->x, pose->x, pose->x, pose->x, pose->x} ? 0 : 1;
+        }
+        return motion->asked > 200 && ofTheCaller.size() == 2;
+      }));
+  isOver = true;
+  caller.join();
+  EXPECT_EQ(torn, 0U);
 }
 
 INSTANTIATE_TEST_SUITE_P(Operations, FaultSystem,

@@ -216,7 +216,7 @@ TEST(Module, TellsWhatRunsHaveCost)
                             "process p(Twice, 1, 20.0) { left <= a; right <= a; out => sum; }");
   bench.call("getData", "p:sum");
   bench.call("getData", "p:sum");
-  const ZRValue value = bench.call("getInstrumentationValue").at(0);
+  const ZRValue value = bench.call("getInstrumentationValue").at("processes").at(0);
   EXPECT_EQ(value.at("name"), ZRValue("p"));
   EXPECT_EQ(value.at("runs"), ZRValue(1));
   EXPECT_EQ(value.at("early"), ZRValue(1));

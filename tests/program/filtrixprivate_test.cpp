@@ -2,6 +2,7 @@
 
 #include "filtrix/ku/clock.h"
 #include "program/programkit.h"
+#include "support/eventually.h"
 
 #include <gmock/gmock.h>
 
@@ -489,9 +490,7 @@ TEST_F(RegistryTest, EventsRunProcessesAndCallFunctions)
   const DataPtr value = makeData(5);
   value->setTimestamp(seconds(50));
   ASSERT_TRUE(registry.setData("s", value));
-  const auto end = std::chrono::steady_clock::now() + 20s;
-  while (fromSink == 0 && std::chrono::steady_clock::now() < end)
-    std::this_thread::yield();
+  EXPECT_TRUE(eventually([&] { return fromSink != 0; }));
   registry.stopScheduler();
   EXPECT_EQ(fromSource, 3);
   EXPECT_EQ(fromSink, 5);

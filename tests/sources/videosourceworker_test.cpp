@@ -329,6 +329,8 @@ TEST_P(SubscribeFaultTest, IsForGood)
   }
   EXPECT_THAT(camera->calls.take(), IsEmpty());
   EXPECT_FALSE(value());
+  EXPECT_EQ(worker.getFigures().state, SourceState::Failed);
+  EXPECT_EQ(worker.getFigures().failures, 1U);
 }
 
 TEST_P(SubscribeFaultTest, IsTold)
@@ -354,6 +356,7 @@ TEST_F(VideoSourceWorkerTest, WaitsInSilenceForAServiceThatComesLater)
   bench.read(sourceName);
   for (int i = 0; i < 3; ++i)
     EXPECT_GE(late.step(), std::chrono::milliseconds(50));
+  EXPECT_EQ(late.getFigures().state, SourceState::Waiting);
   EXPECT_THAT(log(), IsEmpty());
   bench.host.broker()->add(camera);
   for (int i = 0; i < 3; ++i)
@@ -422,6 +425,46 @@ TEST_F(VideoSourceWorkerTest, ShowsNothingWhileTheServiceIsGone)
                           std::string(sourceName) + ": fetching frames has failed for 1 s; the subscription counts "
                                                     "as lost, and is made anew.",
                           "Error when calling ZRVideoDevice::subscribeCamera: no camera 0"));
+}
+
+TEST_F(VideoSourceWorkerTest, TellsHowItStandsWithItsService)
+{
+  ku::ManualClock clock;
+  const auto expect = [&](SourceState state, std::uint64_t values, std::uint64_t failures, std::uint64_t refused)
+  {
+    const SourceFigures figures = worker.getFigures();
+    EXPECT_EQ(figures.name, sourceName);
+    EXPECT_EQ(figures.state, state);
+    EXPECT_EQ(figures.values, values);
+    EXPECT_EQ(figures.failures, failures);
+    EXPECT_EQ(figures.refused, refused);
+  };
+  worker.step();
+  expect(SourceState::Unwanted, 0, 0, 0);
+  begin();
+  expect(SourceState::Subscribed, 0, 0, 0);
+  EXPECT_FALSE(worker.getFigures().age);
+  worker.step();
+  camera->nextImage = [] { return frameAt(5000, 160, 120); };
+  worker.step();
+  expect(SourceState::Subscribed, 1, 0, 1);
+  for (int hour = 1; hour < 4; ++hour)
+  {
+    clock.advance(std::chrono::hours(1));  // the frame stays the same
+    worker.step();
+    EXPECT_EQ(worker.getFigures().age, std::chrono::hours(hour));
+  }
+  camera->nextImage = []() -> Frame { throw std::runtime_error("broken"); };
+  worker.step();
+  clock.advance(std::chrono::seconds(1));
+  worker.step();
+  expect(SourceState::Lost, 1, 2, 1);
+  camera->subscribe = []() -> std::string { throw std::runtime_error("no camera 0"); };
+  worker.step();
+  expect(SourceState::Lost, 1, 3, 1);
+  bench.registry->disableProcess("p");
+  worker.step();
+  expect(SourceState::Unwanted, 1, 3, 1);
 }
 
 TEST_F(VideoSourceWorkerTest, TellsOnceThatTimesGoBack)

@@ -350,7 +350,8 @@ void addPeopleCommand(CLI::App& app, Action& action)
   command.add_option("--tilt", options->tilt, "Degrees by which such a camera looks down")
       ->check(CLI::Range(-60.0F, 60.0F))
       ->capture_default_str();
-  command.add_flag("--stats", options->statistics, "Tells at the end what processes and filters have cost");
+  command.add_flag("--stats", options->statistics,
+                   "Tells at the end what filters have cost and what came from sensors");
   command.footer("Example:\n  filtrix people --replay recording.mcap --for 20 --frames pictures");
   command.callback([&action, options] { action = [options] { return people(*options); }; });
 }

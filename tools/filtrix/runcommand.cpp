@@ -263,7 +263,8 @@ void addRunCommand(CLI::App& app, Action& action)
       ->check(CLI::Range(0.001, 1.0e9))
       ->type_name("SECONDS");
   command.add_flag("--json", options->json, "Prints a line of JSON for each value");
-  command.add_flag("--stats", options->statistics, "Tells at the end what processes and filters have cost");
+  command.add_flag("--stats", options->statistics,
+                   "Tells at the end what filters have cost and what came from sensors");
   command.add_flag("--import-anywhere", options->importAnywhere,
                    "Lets programs import files that do not lie beneath their own folder");
   addRobotOptions(command, options->robot);

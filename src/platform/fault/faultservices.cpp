@@ -40,8 +40,9 @@ std::shared_ptr<ZRImage> copyOf(const ZRImage& frame)
 }
 }  // namespace
 
-FaultCamera::FaultCamera(std::shared_ptr<CameraService> camera_, std::shared_ptr<Faults> faults_)
-    : camera(notNull(std::move(camera_))), faults(notNull(std::move(faults_)))
+FaultCamera::FaultCamera(std::shared_ptr<CameraService> camera_, std::shared_ptr<Faults> faults_,
+                         std::optional<int> onlyNumber_)
+    : camera(notNull(std::move(camera_))), faults(notNull(std::move(faults_))), onlyNumber(onlyNumber_)
 {
 }
 
@@ -63,6 +64,13 @@ int FaultCamera::getCameraModel(int number)
 std::string FaultCamera::subscribeCamera(const std::string& name, int number, int resolution, int colorSpace,
                                          int framesPerSecond)
 {
+  if (onlyNumber && number != *onlyNumber)
+  {
+    std::string id = camera->subscribeCamera(name, number, resolution, colorSpace, framesPerSecond);
+    const std::lock_guard lock(mutex);
+    sound.insert(id);
+    return id;
+  }
   const Mode mode = faults->enter(Operation::SubscribeCamera);
   if (mode == Mode::Null)
     return {};
@@ -73,13 +81,15 @@ std::string FaultCamera::subscribeCamera(const std::string& name, int number, in
 
 void FaultCamera::unsubscribe(const std::string& id)
 {
-  faults->enter(Operation::UnsubscribeCamera);
+  _enter(Operation::UnsubscribeCamera, id);
   camera->unsubscribe(id);
+  const std::lock_guard lock(mutex);
+  sound.erase(id);
 }
 
 std::shared_ptr<const ZRImage> FaultCamera::getImageLocal(const std::string& id)
 {
-  const Mode mode = faults->enter(Operation::GetImage);
+  const Mode mode = _enter(Operation::GetImage, id);
   auto frame = camera->getImageLocal(id);
   if (!frame || mode == Mode::Null)
     return nullptr;
@@ -88,14 +98,25 @@ std::shared_ptr<const ZRImage> FaultCamera::getImageLocal(const std::string& id)
 
 void FaultCamera::releaseImage(const std::string& id)
 {
-  faults->enter(Operation::ReleaseImage);
+  _enter(Operation::ReleaseImage, id);
   camera->releaseImage(id);
 }
 
 void FaultCamera::setFrameRate(const std::string& id, int framesPerSecond)
 {
-  faults->enter(Operation::SetFrameRate);
+  _enter(Operation::SetFrameRate, id);
   camera->setFrameRate(id, framesPerSecond);
+}
+
+// The lock is let go before a call that may stall.
+Mode FaultCamera::_enter(Operation operation, const std::string& id)
+{
+  {
+    const std::lock_guard lock(mutex);
+    if (sound.contains(id))
+      return Mode::None;
+  }
+  return faults->enter(operation);
 }
 
 std::shared_ptr<const ZRImage> FaultCamera::_spoil(const ZRImage& frame, Mode mode)

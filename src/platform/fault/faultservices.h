@@ -9,6 +9,7 @@
 #include <mutex>
 #include <optional>
 #include <random>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -18,8 +19,10 @@ namespace ZR::Fault
 class FaultCamera final : public CameraService
 {
 public:
-  /// Neither may be null: std::invalid_argument.
-  FaultCamera(std::shared_ptr<CameraService> camera_, std::shared_ptr<Faults> faults_);
+  /// `onlyNumber_`: the camera that fails while the service's others work; none: they all fail. Neither of the others
+  /// may be null: std::invalid_argument.
+  FaultCamera(std::shared_ptr<CameraService> camera_, std::shared_ptr<Faults> faults_,
+              std::optional<int> onlyNumber_ = std::nullopt);
 
   [[nodiscard]] bool hasDepthCamera() override;
   [[nodiscard]] int getCameraModel(int number) override;
@@ -35,11 +38,14 @@ private:
   [[nodiscard]] std::shared_ptr<ZRImage> _garbage(const ZRImage& frame);
   [[nodiscard]] std::shared_ptr<ZRImage> _otherSize(const ZRImage& frame);
   [[nodiscard]] std::int64_t _wrongTime(std::int64_t time, Mode mode);
+  Mode _enter(Operation operation, const std::string& id);
 
   const std::shared_ptr<CameraService> camera;
   const std::shared_ptr<Faults> faults;
+  const std::optional<int> onlyNumber;
 
-  std::mutex mutex;  // guards the rest; a leaf
+  std::mutex mutex;             // guards the rest; a leaf
+  std::set<std::string> sound;  // the subscriptions of cameras that do not fail
   std::mt19937 random;
   std::optional<std::int64_t> firstTime;  // of the frames since time went wrong
   std::int64_t framesWithWrongTime = 0;

@@ -43,6 +43,9 @@ public:
   /// "VideoDevice_TopCamera<QVGA>" of the service's numbers; "unknown" stands for what has no name.
   [[nodiscard]] static std::string sourceName(int camera, int colorSpace, int resolution);
 
+  /// Of each source that a camera fills. Thread-safe.
+  [[nodiscard]] std::vector<SourceFigures> getFigures() const { return workers.getFigures(); }
+
 private:
   bool _createSource(const std::string& name);
   template <typename Image>

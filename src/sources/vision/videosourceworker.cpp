@@ -54,7 +54,7 @@ VideoSourceWorkerBase::VideoSourceWorkerBase(const std::shared_ptr<FiltrixPrivat
                                              std::shared_ptr<CameraAccess> cameras_, std::string sourceName_,
                                              const CameraView& view_)
     : registry(registry_), cameras(std::move(cameras_)), sourceName(std::move(sourceName_)),
-      synchronizedName(SynchronizedSource::nameFor(sourceName)), view(view_), calls(category)
+      synchronizedName(SynchronizedSource::nameFor(sourceName)), view(view_), progress(sourceName), calls(category)
 {
   if (!_isStereo())
     return;
@@ -69,6 +69,7 @@ microseconds VideoSourceWorkerBase::step()
   {
     if (!subscriptionId.empty())
       _end();
+    progress.enter(failed ? SourceState::Failed : SourceState::Unwanted);
     return whileUnwanted;
   }
   return subscriptionId.empty() ? _subscribe(demand) : _deliver(demand);
@@ -96,6 +97,7 @@ microseconds VideoSourceWorkerBase::_subscribe(float demand)
   if (!proxy)
   {
     subscriptionId = sourceName;  // it counts as subscribed and stays silent
+    progress.enter(failed ? SourceState::Failed : SourceState::Waiting);
     return whileUnwanted;
   }
   const int framesPerSecond = static_cast<int>(std::clamp(demand, slowest, mostToAskFor));
@@ -107,9 +109,12 @@ microseconds VideoSourceWorkerBase::_subscribe(float demand)
                                    });
   if (isCalled && id.empty())
     calls.tell("Error when calling ZRVideoDevice::subscribeCamera.", "");
+  if (id.empty())
+    progress.fail();
   if (id.empty() && isAnew)
     return whileLost;  // the service may be on its way back
   failed = id.empty();
+  progress.enter(failed ? SourceState::Failed : SourceState::Subscribed);
   if (failed)
     return backToBack;
   isAnew = false;
@@ -147,6 +152,7 @@ microseconds VideoSourceWorkerBase::_giveUp()
                  sourceName, lossAfter.count());
   isAnew = true;
   _end();
+  progress.enter(SourceState::Lost);
   return backToBack;
 }
 
@@ -158,8 +164,10 @@ void VideoSourceWorkerBase::_unsubscribe(ServiceCalls& with)
     id.swap(openId);
   }
   const auto service = cameras->proxy();
-  if (service && !id.empty())
-    with.make("Error when calling ZRVideoDevice::unsubscribe: ", [&] { (*service)->unsubscribe(id); });
+  if (!service || id.empty())
+    return;
+  if (!with.make("Error when calling ZRVideoDevice::unsubscribe: ", [&] { (*service)->unsubscribe(id); }))
+    progress.fail();
 }
 
 microseconds VideoSourceWorkerBase::_deliver(float demand)
@@ -196,7 +204,10 @@ DataPtr VideoSourceWorkerBase::_takeImage(const Make& make)
     if (!failingSince)
       failingSince = ku::Clock::now();
     if (!_isClosed())  // else it ended because its subscription did
+    {
+      progress.fail();
       calls.make("Error when calling ZRVideoDevice::getImageLocal: ", [] { throw; });
+    }
   }
   if (!record)
     return nullptr;
@@ -209,10 +220,12 @@ DataPtr VideoSourceWorkerBase::_takeImage(const Make& make)
       ku::log::warning(category, "{}: the times of the frames go back, from {} to {} us", sourceName, lastTimestamp,
                        record->timestamp());
     lastTimestamp = record->timestamp();
-    calls.make("Can't grab image ! : ", [&] { image = make(*record); });
+    if (!calls.make("Can't grab image ! : ", [&] { image = make(*record); }))
+      progress.refuse();
   }
-  if (!_isClosed())
-    calls.make("Error when calling ZRVideoDevice::releaseImage: ", [&] { (*proxy)->releaseImage(subscriptionId); });
+  if (!_isClosed() &&
+      !calls.make("Error when calling ZRVideoDevice::releaseImage: ", [&] { (*proxy)->releaseImage(subscriptionId); }))
+    progress.fail();
   return image;
 }
 
@@ -223,15 +236,19 @@ void VideoSourceWorkerBase::_updateFrameRate(float demand)
     return;
   if (calls.make("Can't adapt the frame rate: ", [&] { (*proxy)->setFrameRate(subscriptionId, wanted); }))
     frameRate = wanted;
+  else
+    progress.fail();
 }
 
-void VideoSourceWorkerBase::_publish(const DataPtr& image) const
+void VideoSourceWorkerBase::_publish(const DataPtr& image)
 {
   const auto alive = registry.lock();
   if (!alive || _isClosed())
     return;
   alive->setData(sourceName, image);
-  if (!image)
+  if (image)
+    progress.bring();
+  else
     alive->setData(synchronizedName, nullptr);  // nor are the frames so far kept any longer
 }
 

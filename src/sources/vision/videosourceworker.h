@@ -57,6 +57,8 @@ public:
   std::chrono::microseconds step() override;
   void close() override;
 
+  [[nodiscard]] SourceFigures getFigures() const override { return progress.get(); }
+
   /// The next frame as a value; null when there is none, no new one, or none that can be used.
   [[nodiscard]] virtual DataPtr getImage() = 0;
 
@@ -80,7 +82,7 @@ private:
   std::chrono::microseconds _giveUp();
   void _unsubscribe(ServiceCalls& with);
   void _updateFrameRate(float demand);
-  void _publish(const DataPtr& image) const;
+  void _publish(const DataPtr& image);
   [[nodiscard]] int _serviceResolution();
   void _requireSound(const ZRImage& record) const;
   [[nodiscard]] bool _isStereo() const noexcept;
@@ -91,6 +93,7 @@ private:
   const std::string sourceName;
   const std::string synchronizedName;
   const CameraView view;
+  SourceProgress progress;
 
   // For the thread of the round alone.
   ServiceCalls calls;
