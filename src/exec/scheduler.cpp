@@ -23,6 +23,9 @@ constexpr Duration longestSleep(100'000);
 /// A run that lasts longer is told of.
 constexpr std::chrono::seconds longRun(1);
 
+/// How often, in real time, the runs in progress are looked at for that.
+constexpr std::chrono::milliseconds watchPace(250);
+
 /// How long a stop waits before it says for whom.
 constexpr std::chrono::seconds stopPatience(2);
 
@@ -89,11 +92,12 @@ bool Scheduler::start()
   {
     for (std::uint32_t i = 0; i < threadCount; ++i)
       _startWorker();
+    threads.emplace_back([this] { _watch(); });
   }
   catch (const std::exception& exception)
   {
-    ku::log::error(category, "start(): expected {} workers, only {} could be started: {}", threadCount, threads.size(),
-                   exception.what());
+    ku::log::error(category, "start(): expected {} threads, only {} could be started: {}", threadCount + 1,
+                   threads.size(), exception.what());
     _letEnd();
     _join();
     return false;
@@ -278,7 +282,6 @@ Job Scheduler::nextJob()
     if (running)
       wakeUp.rearm();
   }
-  _tellLongRuns();
   const auto cycle = _currentCycle();
   if (cycle->order.empty())
   {
@@ -307,7 +310,27 @@ bool Scheduler::_enter(const ProcessPtr& process)
   return runningProcesses.try_emplace(process, Running{ku::Clock::now()}).second;
 }
 
-// Once for each run, by a worker that has nothing else to do.
+// On a thread of its own, since the runs of all workers may be those that do not end. It ends with the last of them.
+void Scheduler::_watch()
+{
+  nameThread("ModWrk_watch");
+  std::unique_lock lock(workersMutex);
+  while (!workerEnded.wait_for(lock, watchPace, [this] { return workers == 0; }))
+  {
+    lock.unlock();
+    try
+    {
+      _tellLongRuns();
+    }
+    catch (const std::bad_alloc&)
+    {
+      // Told at a later look.
+    }
+    lock.lock();
+  }
+}
+
+// Once for each run.
 void Scheduler::_tellLongRuns()
 {
   const auto now = ku::Clock::now();
@@ -318,8 +341,8 @@ void Scheduler::_tellLongRuns()
     {
       if (run.isTold || now - run.start < longRun)
         continue;
-      run.isTold = true;
       late.push_back(process);
+      run.isTold = true;
     }
   }
   for (const ProcessPtr& process : late)

@@ -26,8 +26,8 @@ class ProcessRegistry;
 /// of the cycle whose process is not due: running it would do nothing.
 ///
 /// What a run throws is logged with the process's name (the same cause at most every ten seconds), the process is tried
-/// again at its next turn with a clean graph, and the worker goes on. A run that lasts for a second is told of by a
-/// worker that is idle, and by `stop` when it has to wait for it.
+/// again at its next turn with a clean graph, and the worker goes on. A run that lasts for a second is told of, though
+/// it were that of every worker, and by `stop` when it has to wait for it.
 ///
 /// Locks: the cycle mutex, and the queue mutex, before the registry's mutex, never one within the other; none is held
 /// while a process runs. Thread-safe.
@@ -106,6 +106,7 @@ private:
   bool _takeFromCycle(Job* job);
   void _sleep(Duration length);
   void _startWorker();
+  void _watch();
   void _letEnd();
   void _join();
   void _supervise();

@@ -93,15 +93,34 @@ bool FiltrixPrivate::deleteProcess(const std::string& name)
   // Those that still read its sinks hold it; they find it switched off and read nothing.
   deleted->setEnable(false);
   deleted->setZombie(false);
-  memoryManager.clearProcess(deleted->getKey());
+  const ProcessKey key = deleted->getKey();
+  memoryManager.clearProcess(key);
   _rebindSources();
   _updateZombies();
   scheduler->rebuildJobs();
   const Process* const address = deleted.get();
+  const std::weak_ptr<const Process> ending = deleted;
   deleted.reset();
   const std::lock_guard lock(processMutex);
   readers.forgetEnded(address, processes.size());
+  endingProcesses.push_back({ending, key});
+  _forgetEndedProcesses();
   return true;
+}
+
+// A run that was in progress at the deletion has kept states after it. Nobody waits for that run: what it has left goes
+// with this deletion or a later one.
+void FiltrixPrivate::_forgetEndedProcesses()
+{
+  std::erase_if(endingProcesses,
+                [this](const EndingProcess& ending)
+                {
+                  if (!ending.process.expired())
+                    return false;
+                  if (!processes.contains(ending.key.getName()))
+                    memoryManager.clearProcess(ending.key);
+                  return true;
+                });
 }
 
 bool FiltrixPrivate::renameProcess(const std::string& name, const std::string& newName)

@@ -222,6 +222,13 @@ private:
     std::size_t pieces = 0;  // of its own
   };
 
+  // One that was deleted, and may be in a run.
+  struct EndingProcess
+  {
+    std::weak_ptr<const Process> process;
+    ProcessKey key;
+  };
+
   [[nodiscard]] FilterPtr _findFilter(const std::string& name) const;
   [[nodiscard]] NodeSourcePtr _findSource(const std::string& name) const;
   [[nodiscard]] ProcessPtr _findProcess(const std::string& name) const;
@@ -243,6 +250,7 @@ private:
   void _warnOfSharedHash(std::string_view operation, const Process& process, std::string_view where) const;
   bool _setEnable(const std::string& name, bool on, std::string_view failure);
   void _updateZombies();
+  void _forgetEndedProcesses();
   void _keepAliveBehind(std::vector<ProcessPtr> live) const;
 
   const Capacity capacity;
@@ -264,9 +272,10 @@ private:
   std::map<std::string, std::shared_ptr<NodeSourceAlias>> aliases;
   std::map<std::string, std::vector<std::string>> aliasTargets;
 
-  // Guards the three below. The first of the registry's locks.
+  // Guards the four below. The first of the registry's locks.
   mutable std::mutex processMutex;
   std::map<std::string, ProcessPtr> processes;
+  std::vector<EndingProcess> endingProcesses;
   Readers readers;
   std::uint64_t anonymousCount = 0;
 

@@ -384,6 +384,25 @@ TEST_F(SchedulerTest, TellsOnceOfARunThatLastsLongAndServesTheOthers)
                                                         "The process \"stuck\" has been running for more than 1 s."}));
 }
 
+TEST_F(SchedulerTest, TellsOfRunsThatHoldAllWorkers)
+{
+  std::latch release(1);
+  const FunctionFilterPtr blocker = makeBlocker(release);
+  const auto one = makeNode("one", blocker);
+  const auto two = makeNode("two", blocker);
+  add("first", 1)->addSink(makeSink("sink", *one));
+  add("second", 1)->addSink(makeSink("sink", *two));
+  scheduler->rebuildJobs();
+  scheduler->start();
+  EXPECT_TRUE(eventually([&] { return blocker->applied == 2; }));
+  clock.advance(1s);
+  EXPECT_TRUE(eventually([&] { return log.texts().size() == 2; }));
+  EXPECT_THAT(log.texts(), testing::UnorderedElementsAre("The process \"first\" has been running for more than 1 s.",
+                                                         "The process \"second\" has been running for more than 1 s."));
+  release.count_down();
+  scheduler->stop();
+}
+
 TEST_F(SchedulerTest, SaysForWhomAStopWaits)
 {
   std::latch release(1);

@@ -48,7 +48,7 @@ class ThreadShortageTest : public testing::TestWithParam<int>
 {
 };
 
-TEST_P(ThreadShortageTest, StartsAllWorkersOrNone)
+TEST_P(ThreadShortageTest, StartsAllThreadsOrNone)
 {
   const ku::log::Capture log;
   TestRegistry registry;
@@ -61,15 +61,15 @@ TEST_P(ThreadShortageTest, StartsAllWorkersOrNone)
   EXPECT_FALSE(isStarted);
   EXPECT_EQ(countThreads(), before);
   EXPECT_THAT(log.texts(),
-              testing::ElementsAre(testing::StartsWith("start(): expected 3 workers, only " +
+              testing::ElementsAre(testing::StartsWith("start(): expected 4 threads, only " +
                                                        std::to_string(GetParam()) + " could be started: ")));
 
   EXPECT_TRUE(scheduler.start());
-  EXPECT_EQ(countThreads(), before + 3);
+  EXPECT_EQ(countThreads(), before + 4);
   EXPECT_TRUE(scheduler.stop());
   EXPECT_EQ(countThreads(), before);
 }
 
-INSTANTIATE_TEST_SUITE_P(Threads, ThreadShortageTest, testing::Values(0, 1, 2));
+INSTANTIATE_TEST_SUITE_P(Threads, ThreadShortageTest, testing::Values(0, 1, 3));
 }  // namespace
 }  // namespace ZR::Filtrix::Test

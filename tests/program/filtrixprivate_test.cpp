@@ -469,6 +469,52 @@ TEST_F(RegistryTest, TheReaderOfADeletedProcessReadsNothing)
   EXPECT_EQ(read("b:o"), "null");
 }
 
+// Keeps a state, in a run that lasts until the gate is opened.
+class SlowKeeper final : public UserFilter
+{
+public:
+  std::string getName() override { return "SlowKeeper"; }
+
+  std::string getDescription() override { return "keeps a state"; }
+
+  std::vector<std::string> getInputs() override { return {}; }
+
+  std::vector<std::string> getOutputs() override { return {"out"}; }
+
+  bool isStateful() override { return true; }
+
+  DataList run(const DataList&) override
+  {
+    begun.count_down();
+    gate.wait();
+    const DataPtr state = makeData(1);
+    kept = state;
+    setMemory(state);
+    return {makeData(2)};
+  }
+
+  std::latch begun{1};
+  std::latch gate{1};
+  std::weak_ptr<const Data> kept;
+};
+
+TEST_F(RegistryTest, WhatARunKeepsOfADeletedProcessGoesWithTheNextDeletion)
+{
+  const auto keeper = std::make_shared<SlowKeeper>();
+  ASSERT_TRUE(registry.addFilter(keeper));
+  ASSERT_TRUE(bench.load("source s { 1 } filter K { SlowKeeper k; k => o; } process p(K) { o => o; }"
+                         "process q(Dilation) { in <= s; out => o; }"));
+  std::thread caller([&] { static_cast<void>(registry.getData("p:o")); });
+  keeper->begun.wait();
+  ASSERT_TRUE(registry.deleteProcess("p"));
+  keeper->gate.count_down();
+  caller.join();
+  keeper->setMemory(nullptr);  // the filter's own hand on it
+  EXPECT_FALSE(keeper->kept.expired());
+  ASSERT_TRUE(registry.deleteProcess("q"));
+  EXPECT_TRUE(keeper->kept.expired());
+}
+
 TEST_F(RegistryTest, EventsRunProcessesAndCallFunctions)
 {
   ASSERT_TRUE(bench.load("source s { } process p(Dilation, 0, 10.0) { in <= s; out => o; }"
