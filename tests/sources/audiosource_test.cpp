@@ -94,6 +94,7 @@ TEST_F(AudioSourceTest, RefusesBlocksThatAreNoSoundAndGoesOn)
   EXPECT_THAT(bench.log.texts("filtrix.audiosource"),
               Contains("Can't take sound: expected samples that share out among channels, at a rate, came 1 samples "
                        "for 0 channels at 48000 Hz"));
+  source.reset();  // its worker uses the blocks
 }
 
 TEST_F(AudioSourceTest, GivesUpASubscriptionThatFails)
