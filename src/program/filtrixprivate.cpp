@@ -81,6 +81,7 @@ bool FiltrixPrivate::deleteProcess(const std::string& name)
     const auto entry = processes.find(name);
     if (entry != processes.end())
     {
+      endingProcesses.push_back({entry->second, entry->second->getKey()});
       deleted = entry->second;
       processes.erase(entry);
     }
@@ -93,17 +94,14 @@ bool FiltrixPrivate::deleteProcess(const std::string& name)
   // Those that still read its sinks hold it; they find it switched off and read nothing.
   deleted->setEnable(false);
   deleted->setZombie(false);
-  const ProcessKey key = deleted->getKey();
-  memoryManager.clearProcess(key);
+  memoryManager.clearProcess(deleted->getKey());
   _rebindSources();
   _updateZombies();
   scheduler->rebuildJobs();
   const Process* const address = deleted.get();
-  const std::weak_ptr<const Process> ending = deleted;
   deleted.reset();
   const std::lock_guard lock(processMutex);
   readers.forgetEnded(address, processes.size());
-  endingProcesses.push_back({ending, key});
   _forgetEndedProcesses();
   return true;
 }
