@@ -102,8 +102,11 @@ void Process::addAggregatedSink(const AggregatedSinkPtr& sink)
 
 void Process::addSource(const NodeSourcePtr& source)
 {
-  if (source)
-    sources.emplace(source->getName(), source);
+  if (!source)
+    return;
+  const auto [entry, isNew] = sources.emplace(source->getName(), source);
+  if (isNew || entry->second != source)
+    readSources.push_back(source);
 }
 
 void Process::addNode(NodePtr node)

@@ -139,6 +139,10 @@ public:
 
   [[nodiscard]] const std::map<std::string, NodeSourcePtr>& getSources() const noexcept { return sources; }
 
+  /// All that `addSource` was given, each at least once: beside those of `getSources` the ones whose name was taken. An
+  /// alias that was renamed keeps the name of its node, which a source may have got since.
+  [[nodiscard]] const std::vector<NodeSourcePtr>& getReadSources() const noexcept { return readSources; }
+
   /// The nodes that `addNode` was given, in order.
   [[nodiscard]] const std::vector<NodePtr>& getNodes() const noexcept { return nodes; }
 
@@ -188,6 +192,7 @@ private:
   std::string description;
 
   std::map<std::string, NodeSourcePtr> sources;
+  std::vector<NodeSourcePtr> readSources;
   std::map<NodeSourcePtr, std::int64_t> sourceVersions;
   const std::shared_ptr<ProcessRegistry> owner;
   std::map<std::string, NodeSinkPtr> sinks;

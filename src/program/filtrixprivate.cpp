@@ -152,7 +152,7 @@ bool FiltrixPrivate::renameProcess(const std::string& name, const std::string& n
   memoryManager.renameProcess(oldKey, newKey);
   for (const auto& [otherName, other] : processes)
   {
-    for (const auto& [sourceName, source] : other->getSources())
+    for (const NodeSourcePtr& source : other->getReadSources())
       source->renameDependency(name, newName);
   }
   const std::lock_guard sourceLock(sourceMutex);
@@ -392,7 +392,7 @@ void FiltrixPrivate::_keepAliveBehind(std::vector<ProcessPtr> live) const
   {
     const ProcessPtr process = std::move(live.back());
     live.pop_back();
-    for (const auto& [sourceName, source] : process->getSources())
+    for (const NodeSourcePtr& source : process->getReadSources())
     {
       for (const std::string& dependency : dependenciesOf(source))
       {
@@ -424,7 +424,7 @@ void FiltrixPrivate::_bindSourcesOf(const Process& process)
     if (entry != registered.end() && entry->second.get() == source)
       boundSources.emplace(entry->first, entry->second);
   };
-  for (const auto& [name, source] : process.getSources())
+  for (const NodeSourcePtr& source : process.getReadSources())
   {
     bind(sources, source.get());
     const auto* const alias = dynamic_cast<const NodeSourceAlias*>(source.get());

@@ -11,7 +11,7 @@ namespace ZR::Filtrix
 std::size_t Readers::depthOf(const Process& process) const
 {
   std::size_t below = 0;
-  for (const auto& [name, source] : process.getSources())
+  for (const NodeSourcePtr& source : process.getReadSources())
   {
     const Process* const read = _readBy(source, Turn());
     if (read == nullptr)
@@ -59,7 +59,7 @@ bool Readers::wouldCloseRing(const NodeSourceAlias& alias, const NodeSourcePtr& 
   {
     const Process* const process = open.back();
     open.pop_back();
-    for (const auto& [name, source] : process->getSources())
+    for (const NodeSourcePtr& source : process->getReadSources())
     {
       if (source.get() == &alias)
         return true;
@@ -114,7 +114,7 @@ std::size_t Readers::_measureInto(Table& measured, const Noted& noted, const Pro
   if (const auto done = measured.find(&process); done != measured.end())
     return done->second.depth;
   std::size_t below = 0;
-  for (const auto& [name, source] : process.getSources())
+  for (const NodeSourcePtr& source : process.getReadSources())
   {
     const Process* const read = _readBy(source, turn);
     if (read == nullptr)

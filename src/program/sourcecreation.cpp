@@ -208,8 +208,8 @@ float FiltrixPrivate::getSourceFrequency(const std::string& name) const
   float best = 0.0F;
   for (const auto& [processName, process] : processes)
   {
-    const bool reads = std::ranges::any_of(process->getSources(), [&](const auto& entry)
-                                           { return entry.second == source || entry.second == target; });
+    const bool reads = std::ranges::any_of(process->getReadSources(),
+                                           [&](const auto& read) { return read == source || read == target; });
     if (reads && process->isLive())
       best = std::max(best, process->getFrequency());
   }
@@ -222,9 +222,8 @@ float FiltrixPrivate::getSourceDemand(const std::string& name) const
   const NodeSourcePtr wanted = _lookUpSource(name);
   if (!wanted)
     return 0.0F;
-  const auto leadsThere = [&](const auto& entry)
+  const auto leadsThere = [&](NodeSourcePtr source)
   {
-    NodeSourcePtr source = entry.second;
     while (source && source != wanted)
     {
       const auto* const alias = dynamic_cast<const NodeSourceAlias*>(source.get());
@@ -235,7 +234,8 @@ float FiltrixPrivate::getSourceDemand(const std::string& name) const
   float demand = 0.0F;
   for (const auto& [processName, process] : processes)
   {
-    if (process->isLive() && process->getFrequency() > demand && std::ranges::any_of(process->getSources(), leadsThere))
+    if (process->isLive() && process->getFrequency() > demand &&
+        std::ranges::any_of(process->getReadSources(), leadsThere))
       demand = process->getFrequency();
   }
   return demand;

@@ -242,6 +242,19 @@ TEST_F(RegistryTest, AnAliasThatWouldLetAProcessReadItselfIsNotRetargeted)
   EXPECT_EQ(read("q:o"), "1");
 }
 
+TEST_F(RegistryTest, ARenamedAliasIsKnownBesideTheSourceThatHasItsOldName)
+{
+  ASSERT_TRUE(bench.load("source s { 1 }"));
+  ASSERT_TRUE(registry.createSourceAlias("a", "s"));
+  ASSERT_TRUE(registry.renameSourceAlias("a", "b"));
+  ASSERT_TRUE(bench.load("source a { 2 } process p(Compare, 3, 7.0) { left <= a; right <= b; out => o; }"));
+  EXPECT_FLOAT_EQ(registry.getSourceFrequency("a"), 7.0F);
+  EXPECT_FLOAT_EQ(registry.getSourceFrequency("b"), 7.0F);
+  EXPECT_FLOAT_EQ(registry.getSourceDemand("s"), 7.0F);
+  ASSERT_TRUE(registry.createSourceFromProcessSink("result", "p:o"));
+  EXPECT_FALSE(registry.retargetSourceAlias("b", "result")) << "the process would read itself";
+}
+
 TEST_F(RegistryTest, FrequencyOfASourceIsTheHighestOfItsLiveReaders)
 {
   ASSERT_TRUE(bench.load("source s { 1 }"));
