@@ -42,11 +42,11 @@ constexpr const char* program = "process colors(Identity, 5, 20) { in <= VideoDe
                                 // The last: it fails where the cameras do not tell what they are, and ends the load.
                                 "process depths(Identity, 5, 20) { in <= VideoDevice_DepthCamera<QQVGA>; out => out; }";
 
-// Moves the clock on, many times faster than in life.
+// Moves the clock on, faster than in life: by default many times.
 class Hurry final
 {
 public:
-  Hurry() : thread([this] { run(); }) {}
+  explicit Hurry(std::chrono::microseconds pause_ = 500us) : pause(pause_), thread([this] { run(); }) {}
 
   ~Hurry()
   {
@@ -63,10 +63,11 @@ private:
     while (!isOver)
     {
       clock.advance(5ms);
-      std::this_thread::sleep_for(500us);
+      std::this_thread::sleep_for(pause);
     }
   }
 
+  const std::chrono::microseconds pause;  // in real time, after each 5 ms
   ku::ManualClock clock;
   std::atomic<bool> isOver = false;
   std::thread thread;
@@ -341,7 +342,7 @@ TEST(FaultSystemRates, ACameraThatIsSlowOrFailsHoldsNoOtherUp)
   const std::string color = "VideoDevice_TopCamera<QQVGA>";
   const std::string depth = "VideoDevice_DepthCamera<QQVGA>";
   const ku::log::Capture silence(ku::log::Level::Error);
-  const Hurry clock;
+  const Hurry clock(2ms);
   BrokenRobot robot(depthCamera);
   robot.faults->setDelay(2s);
   BrokenModule module(robot);
@@ -353,7 +354,8 @@ TEST(FaultSystemRates, ACameraThatIsSlowOrFailsHoldsNoOtherUp)
   {
     SCOPED_TRACE("mode " + std::to_string(static_cast<int>(mode)));
     robot.faults->set(Operation::GetImage, mode);
-    EXPECT_GT(framesWithin(module, color, 6s), usual / 2) << "beside other work of this machine";
+    // A camera that waits for the slow one has three. The clock runs faster than a busy machine can follow.
+    EXPECT_GT(framesWithin(module, color, 6s), usual / 4);
     robot.faults->set(Operation::GetImage, Mode::None);
   }
   EXPECT_GT(module.count("failures", depth), 0);
